@@ -1,0 +1,31 @@
+// The two error policies under which Boost.Math evaluations run.
+//
+// Every export names its policy at the call site (for example
+// gamma_q_inv(a, q, pol::Errno())), so the contract of a function can be read
+// where it is evaluated. The policies are never installed through the
+// BOOST_MATH_*_POLICY macros: per-file macro settings break the One
+// Definition Rule.
+#pragma once
+
+#include <boost/math/policies/policy.hpp>
+
+namespace kcm::pol {
+
+using namespace boost::math::policies;
+
+// Domain errors, poles and failed iterations set errno to EDOM and yield NaN;
+// overflow sets ERANGE and yields +-inf. Underflow stays silent (0 is right).
+using Errno = policy<domain_error<errno_on_error>, pole_error<errno_on_error>,
+                     overflow_error<errno_on_error>, evaluation_error<errno_on_error>>;
+
+// The inverse incomplete gamma functions give up their root finding after
+// 200 iterations rather than Boost's default.
+using ErrnoRoot200 = policy<domain_error<errno_on_error>, pole_error<errno_on_error>,
+                            overflow_error<errno_on_error>, evaluation_error<errno_on_error>,
+                            max_root_iterations<200>>;
+
+// Boost's default: every error inside the evaluation is raised as an exception
+// (std::domain_error, std::overflow_error, boost::math::evaluation_error).
+using Throwing = policy<>;
+
+}  // namespace kcm::pol

@@ -1,0 +1,203 @@
+// Error function and normal distribution: the mpmath reference table, the
+// identities between the exports, and the error contract.
+#include <algorithm>
+#include <cerrno>
+#include <cfloat>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+
+#include <gtest/gtest.h>
+
+#include "korvane/core_math.h"
+#include "support/numeric.hpp"
+#include "support/reference_table.hpp"
+
+namespace {
+
+using namespace kcm::test;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+double evaluate(const ReferenceTable::Row& row)
+{
+    const std::string& fn = row.str("function");
+    const double a = row.num("a"), b = row.num("b"), c = row.num("c");
+    const auto upper = static_cast<unsigned char>(row.num("upper"));
+    if (fn == "Erf") return Erf(a);
+    if (fn == "ErfC") return ErfC(a);
+    if (fn == "InverseErf") return InverseErf(a);
+    if (fn == "InverseErfC") return InverseErfC(a);
+    if (fn == "NormalPDF") return NormalPDF(a, b, c);
+    if (fn == "NormalCDF") return NormalCDF(a, b, c, upper);
+    if (fn == "NormalICDF") return NormalICDF(a, b, c, upper);
+    ADD_FAILURE() << "unknown function " << fn;
+    return kNaN;
+}
+
+// Tolerance rung per export. Boost's erf/erfc are rational approximations good
+// to about 2 ulps; the inverses to a few ulps more. NormalPDF rounds (x-mean)^2
+// and an exp of a large argument (|z| = 37 magnifies one ulp of z^2/2 ~ 700 by
+// 700), so it is compared at kTol3; NormalCDF and NormalICDF inherit the
+// rounding of z = (x - mean)/(sd*sqrt(2)) amplified by |z|*|d log Phi / dz|,
+// which reaches ~1400 ulps at 37 sd.
+const std::map<std::string, double> kTolerance = {
+    {"Erf", kTol1},        {"ErfC", kTol1},      {"InverseErf", kTol1},
+    {"InverseErfC", kTol1}, {"NormalPDF", kTol3}, {"NormalCDF", kTol3},
+    {"NormalICDF", kTol2},
+};
+
+TEST(ErfNormalReference, AgreesWithMpmath)
+{
+    const ReferenceTable table("erf_normal.csv");
+    for (const auto& row : table.rows()) {
+        SCOPED_TRACE(row.where());
+        errno = 0;
+        const double v = evaluate(row);
+        EXPECT_REL_NEAR(v, row.num("expected"), kTolerance.at(row.str("function")));
+        // A subnormal result carries the C library's underflow report (ERANGE
+        // from exp); every normal-range result must leave errno alone.
+        if (std::fabs(row.num("expected")) >= DBL_MIN)
+            EXPECT_EQ(errno, 0) << "a successful call must leave errno alone";
+    }
+}
+
+TEST(ErfNormalIdentities, TailsSumToOneAndFarTailStaysPositive)
+{
+    const double cases[][3] = {{0, 0, 1}, {1.3, 0.2, 0.7}, {-4, 1, 3}, {12, 11.5, 0.1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << c[0] << " " << c[1] << " " << c[2]);
+        const double sum = NormalCDF(c[0], c[1], c[2], 0) + NormalCDF(c[0], c[1], c[2], 1);
+        EXPECT_NEAR(sum, 1.0, 2 * kEps);
+    }
+    // 40 sd underflows in double precision (Q(40) ~ 3.7e-350); 37.5 sd is the
+    // farthest representable case, ~4.6e-308, and must not cancel to 0.
+    const double far = NormalCDF(3 + 37.5 * 2, 3, 2, 1);
+    EXPECT_GT(far, 0.0);
+    EXPECT_REL_NEAR(far, NormalCDF(3 - 37.5 * 2, 3, 2, 0), kTol0);
+    EXPECT_EQ(NormalCDF(40, 0, 1, 1), 0.0);  // underflow, without errno
+}
+
+TEST(ErfNormalIdentities, QuantileInvertsDistributionInBothTails)
+{
+    for (double p : {1e-300, 1e-100, 1e-12, 0.01, 0.3, 0.5, 0.77, 0.999}) {
+        for (unsigned char tail : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << p << " tail " << int(tail));
+            const double x = NormalICDF(p, 2.5, 1.5, tail);
+            EXPECT_REL_NEAR(NormalCDF(x, 2.5, 1.5, tail), p, 1e-12);
+        }
+    }
+}
+
+TEST(ErfNormalIdentities, InverseErfIsOddAndInvertsErf)
+{
+    for (double p : {1e-200, 1e-8, 0.2, 0.5, 0.95, 0.999999999}) {
+        SCOPED_TRACE(p);
+        EXPECT_EQ(InverseErf(-p), -InverseErf(p));
+        EXPECT_REL_NEAR(Erf(InverseErf(p)), p, kTol1);
+        // erfc's relative condition number near its root z is about 2 z^2.
+        const double z = InverseErfC(p);
+        EXPECT_REL_NEAR(ErfC(z), p, kTol1 * std::max(1.0, 2 * z * z));
+        EXPECT_REL_NEAR(Erf(p) + ErfC(p), 1.0, kTol0);
+    }
+}
+
+TEST(ErfNormalIdentities, AnyNonzeroTailByteIsTheUpperTail)
+{
+    for (unsigned char tail : {1, 2, 128, 255}) {
+        SCOPED_TRACE(int(tail));
+        EXPECT_EQ(NormalCDF(0.7, 0.1, 2, tail), NormalCDF(0.7, 0.1, 2, 1));
+        EXPECT_EQ(NormalICDF(0.2, 0.1, 2, tail), NormalICDF(0.2, 0.1, 2, 1));
+        EXPECT_EQ(NormalCDF(kInf, 0, -1, tail), 0.0);
+    }
+}
+
+// The error contract: each row is a call, the value it must return and the
+// errno it must leave (kKeep: the sentinel survives, errno untouched).
+constexpr int kKeep = -1;
+constexpr int kSentinel = 12345;
+
+struct ContractRow {
+    const char* call;
+    std::function<double()> f;
+    double expected;  // NaN matches NaN
+    int expected_errno;
+};
+
+TEST(ErfNormalContract, BadInputGetsTheDefinedAnswer)
+{
+    const ContractRow rows[] = {
+        {"Erf(NaN)", [] { return Erf(kNaN); }, kNaN, kKeep},
+        {"ErfC(NaN)", [] { return ErfC(kNaN); }, kNaN, kKeep},
+        {"Erf(inf)", [] { return Erf(kInf); }, 1.0, kKeep},
+        {"ErfC(-inf)", [] { return ErfC(-kInf); }, 2.0, kKeep},
+        {"ErfC(30)", [] { return ErfC(30); }, 0.0, kKeep},
+        {"InverseErf(1)", [] { return InverseErf(1); }, kInf, ERANGE},
+        {"InverseErf(-1)", [] { return InverseErf(-1); }, -kInf, ERANGE},
+        {"InverseErf(0)", [] { return InverseErf(0); }, 0.0, kKeep},
+        {"InverseErf(1.5)", [] { return InverseErf(1.5); }, kNaN, EDOM},
+        {"InverseErf(-2)", [] { return InverseErf(-2); }, kNaN, EDOM},
+        {"InverseErfC(0)", [] { return InverseErfC(0); }, kInf, ERANGE},
+        {"InverseErfC(2)", [] { return InverseErfC(2); }, -kInf, ERANGE},
+        {"InverseErfC(1)", [] { return InverseErfC(1); }, 0.0, kKeep},
+        {"InverseErfC(-0.5)", [] { return InverseErfC(-0.5); }, kNaN, EDOM},
+        {"InverseErfC(2.5)", [] { return InverseErfC(2.5); }, kNaN, EDOM},
+        {"NormalPDF(NaN, 0, 1)", [] { return NormalPDF(kNaN, 0, 1); }, kNaN, EDOM},
+        {"NormalPDF(0, NaN, 1)", [] { return NormalPDF(0, kNaN, 1); }, kNaN, EDOM},
+        {"NormalPDF(0, 0, NaN)", [] { return NormalPDF(0, 0, kNaN); }, kNaN, EDOM},
+        {"NormalPDF(0, 0, 0)", [] { return NormalPDF(0, 0, 0); }, kNaN, EDOM},
+        {"NormalPDF(0, 0, -1)", [] { return NormalPDF(0, 0, -1); }, kNaN, EDOM},
+        {"NormalPDF(0, 0, inf)", [] { return NormalPDF(0, 0, kInf); }, kNaN, EDOM},
+        {"NormalPDF(0, inf, 1)", [] { return NormalPDF(0, kInf, 1); }, kNaN, EDOM},
+        {"NormalPDF(-inf, 0, 0)", [] { return NormalPDF(-kInf, 0, 0); }, 0.0, EDOM},
+        {"NormalPDF(inf, 0, 1)", [] { return NormalPDF(kInf, 0, 1); }, 0.0, kKeep},
+        {"NormalCDF(inf, 0, -1, 1)", [] { return NormalCDF(kInf, 0, -1, 1); }, 0.0, EDOM},
+        {"NormalCDF(-inf, NaN, 1, 1)", [] { return NormalCDF(-kInf, kNaN, 1, 1); }, 1.0, EDOM},
+        {"NormalCDF(inf, 0, -1, 0)", [] { return NormalCDF(kInf, 0, -1, 0); }, kNaN, EDOM},
+        {"NormalCDF(-inf, 0, 1, 0)", [] { return NormalCDF(-kInf, 0, 1, 0); }, 0.0, kKeep},
+        {"NormalCDF(inf, 0, 1, 0)", [] { return NormalCDF(kInf, 0, 1, 0); }, 1.0, kKeep},
+        {"NormalCDF(-inf, 0, 1, 1)", [] { return NormalCDF(-kInf, 0, 1, 1); }, 1.0, kKeep},
+        {"NormalCDF(NaN, 0, 1, 0)", [] { return NormalCDF(kNaN, 0, 1, 0); }, kNaN, EDOM},
+        {"NormalCDF(NaN, 0, 1, 1)", [] { return NormalCDF(kNaN, 0, 1, 1); }, kNaN, EDOM},
+        {"NormalCDF(0, 0, 0, 0)", [] { return NormalCDF(0, 0, 0, 0); }, kNaN, EDOM},
+        {"NormalCDF(0, -inf, 1, 1)", [] { return NormalCDF(0, -kInf, 1, 1); }, kNaN, EDOM},
+        {"NormalICDF(0, 0, 1, 0)", [] { return NormalICDF(0, 0, 1, 0); }, -kInf, ERANGE},
+        {"NormalICDF(1, 0, 1, 0)", [] { return NormalICDF(1, 0, 1, 0); }, kInf, ERANGE},
+        {"NormalICDF(0, 0, 1, 1)", [] { return NormalICDF(0, 0, 1, 1); }, kInf, ERANGE},
+        {"NormalICDF(1, 0, 1, 1)", [] { return NormalICDF(1, 0, 1, 1); }, -kInf, ERANGE},
+        {"NormalICDF(0.5, 3, 2, 0)", [] { return NormalICDF(0.5, 3, 2, 0); }, 3.0, kKeep},
+        {"NormalICDF(0.5, 3, 2, 1)", [] { return NormalICDF(0.5, 3, 2, 1); }, 3.0, kKeep},
+        {"NormalICDF(-0.1, 0, 1, 0)", [] { return NormalICDF(-0.1, 0, 1, 0); }, kNaN, EDOM},
+        {"NormalICDF(1.1, 0, 1, 1)", [] { return NormalICDF(1.1, 0, 1, 1); }, kNaN, EDOM},
+        {"NormalICDF(NaN, 0, 1, 0)", [] { return NormalICDF(kNaN, 0, 1, 0); }, kNaN, EDOM},
+        {"NormalICDF(inf, 0, 1, 0)", [] { return NormalICDF(kInf, 0, 1, 0); }, kNaN, EDOM},
+        {"NormalICDF(0.5, 0, 0, 0)", [] { return NormalICDF(0.5, 0, 0, 0); }, kNaN, EDOM},
+        {"NormalICDF(0.5, NaN, 1, 0)", [] { return NormalICDF(0.5, kNaN, 1, 0); }, kNaN, EDOM},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.call);
+        const auto [value, err] = with_errno(row.f, kSentinel);
+        EXPECT_REL_NEAR(value, row.expected, 0.0);
+        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
+    }
+}
+
+TEST(ErfNormalContract, NothingThrowsForAnyDouble)
+{
+    const double specials[] = {kNaN, kInf, -kInf, 0.0, -0.0, 1e-320, -1e308, 1e308, 2.0, -1.0};
+    for (double x : specials)
+        for (double y : specials)
+            for (double z : specials) {
+                const auto all = [&] {
+                    double sink = Erf(x) + ErfC(x) + InverseErf(x) + InverseErfC(x);
+                    sink += NormalPDF(x, y, z) + NormalCDF(x, y, z, 0) + NormalCDF(x, y, z, 1);
+                    sink += NormalICDF(x, y, z, 0) + NormalICDF(x, y, z, 1);
+                    return sink;
+                };
+                EXPECT_NO_THROW(all());
+            }
+}
+
+}  // namespace

@@ -1,0 +1,37 @@
+#!/bin/sh
+# Installs everything the build, tests and benchmarks need from Debian's
+# packages on a Debian 12 machine. Run as root; safe to run again.
+set -eu
+
+export DEBIAN_FRONTEND=noninteractive
+
+# MKL lives in the non-free component: add it to every deb822 source of the
+# archive the machine already uses (and to a classic sources.list if present).
+for f in /etc/apt/sources.list.d/debian.sources; do
+    [ -f "$f" ] || continue
+    if ! grep -q '^Components:.*non-free\( \|$\)' "$f"; then
+        sed -i 's/^Components: main$/Components: main non-free non-free-firmware/' "$f"
+    fi
+done
+if [ -f /etc/apt/sources.list ] && grep -q '^deb .*debian' /etc/apt/sources.list \
+   && ! grep -q 'non-free' /etc/apt/sources.list; then
+    sed -i '/^deb .*debian/ s/ main$/ main non-free non-free-firmware/' /etc/apt/sources.list
+fi
+
+packages="build-essential cmake pkg-config ninja-build
+  libboost-dev libmkl-dev liblbfgsb-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  r-mathlib
+  clang libclang-rt-14-dev valgrind binutils"
+
+missing=""
+for p in $packages; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' \
+        || missing="$missing $p"
+done
+if [ -n "$missing" ]; then
+    # MKL's package asks whether to make it the default BLAS/LAPACK: keep the answer "no".
+    echo "libmkl-rt libmkl-rt/use-as-default-blas-lapack boolean false" | debconf-set-selections
+    apt-get update -qq
+    apt-get install -y -qq --no-install-recommends $missing
+fi

@@ -5,4 +5,4 @@ set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
 apt-get install -y -qq --no-install-recommends r-base-core r-mathlib \
-    python3-scipy python3-mpmath python3-numpy
+    python3-scipy python3-mpmath python3-numpy r-cran-biasedurn r-cran-mvtnorm

@@ -72,7 +72,7 @@ constexpr int32_t kNoLastX = -99;
 // beyond the int range) becomes INT_MIN, x86-64's "integer indefinite", so
 // the comparisons that follow reject it instead of meeting undefined
 // behaviour.
-int32_t truncate(double v)
+int32_t truncate_to_int(double v)
 {
     if (!(v > -2147483649.0 && v < 2147483648.0)) return std::numeric_limits<int32_t>::min();
     return static_cast<int32_t>(v);
@@ -129,9 +129,9 @@ double FncMean(const FncUrn& u)
     return (a - root) / (2 * (u.odds - 1));
 }
 
-// ln of the unnormalised probability C(m, x) C(N - m, n - x) w^x times
-// m! (N - m)! / ... minus the scale. For large urns the factorial part of a
-// neighbour of the last x is updated by the log of one ratio.
+// ln(C(m, x) C(N - m, n - x) w^x) up to the factor n! (N - n)!, minus the
+// scale. For large urns the factorial part of a neighbour of the last x is
+// updated by the log of one ratio instead of four log-factorials.
 double FncLogProbability(FncUrn& u, int32_t x)
 {
     if (u.parameters_changed) {
@@ -174,7 +174,7 @@ double FncProbability(FncUrn& u, int32_t x)
         // The normalising sum, once per urn: from the mean outward, each way
         // until a term (relative to the one at the mean) is negligible.
         const double threshold = u.accuracy * kSumCutoff;
-        const int32_t x1 = std::max(truncate(FncMean(u)), u.xmin);
+        const int32_t x1 = std::max(truncate_to_int(FncMean(u)), u.xmin);
         u.scale = 0;
         u.scale = FncLogProbability(u, x1);
         double sum = 1;
@@ -241,14 +241,16 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
             var = std::max(double(N) * r1 * r2 / (((double(N) - m) * r1 + m * r2) * (N - 1.0)), 0.0);
         int32_t i = 0;
         while (i < int32_t(kTailProbability.size()) && !(u.accuracy >= kTailProbability[i])) ++i;
-        const int32_t wanted = truncate((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
+        const int32_t wanted = truncate_to_int((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
         return std::min(wanted, support);
     }
 
     // Place the mode so that the room on each side is used: at its own offset
     // when the lower tail fits in half the table, else in the middle, or as
     // far up as the upper tail allows.
-    const int32_t x1 = truncate(mode);
+    // trunc(mode) lies in the support; the clamp only keeps a NaN mode (from
+    // a NaN odds ratio) from indexing outside the table.
+    const int32_t x1 = std::clamp(truncate_to_int(mode), xmin, xmax);
     const int32_t half = max_length / 2;
     int32_t i1 = x1 - xmin;
     if (i1 > half) i1 = xmax - x1 > half ? half : std::max(x1 - xmax - 1 + max_length, 0);
@@ -303,7 +305,7 @@ int32_t table_length(FncUrn& u, double cutoff)
 {
     const double wanted = FncMakeTable(u, nullptr, 0, nullptr, nullptr, cutoff);
     if (std::isnan(wanted)) return 0;
-    return std::max(truncate(wanted), 1);
+    return std::max(truncate_to_int(wanted), 1);
 }
 
 }  // namespace
@@ -319,7 +321,7 @@ extern "C" double FNCHypergeometricCDF(int32_t x, int32_t n, int32_t m, int32_t 
     int32_t xfirst = 0, xlast = -1;
     const double sum = FncMakeTable(u, table, length, &xfirst, &xlast, cutoff);
 
-    const int32_t xm = truncate(FncMean(u) + 0.5);
+    const int32_t xm = truncate_to_int(FncMean(u) + 0.5);
     if (xm < xfirst || xm > xlast) return quiet_nan();
     // Each tail accumulated from its own end, so a small tail probability is
     // summed from small terms and not formed as a difference.
@@ -369,7 +371,7 @@ extern "C" void FNCHypergeometricMoments(int32_t n, int32_t m, int32_t N, double
                                          double* mean, double* variance)
 {
     FncUrn u(n, m, N, odds, kMomentsAccuracy);
-    const int32_t xm = truncate(FncMean(u));
+    const int32_t xm = truncate_to_int(FncMean(u));
     // Sums of p, (x - xm) p and (x - xm)^2 p about the approximate mean, so the
     // second moment does not cancel. The square is a 32-bit product, wrapped
     // as the hardware multiply wraps.
@@ -385,8 +387,8 @@ extern "C" void FNCHypergeometricMoments(int32_t n, int32_t m, int32_t N, double
     };
     for (int32_t x = xm; x <= u.xmax; ++x)
         if (add(x) < kMomentsCutoff && x != xm) break;
-    for (int32_t x = xm - 1; x >= u.xmin; --x)
-        if (add(x) < kMomentsCutoff) break;
+    for (int32_t x = xm; x > u.xmin;)  // x = xm - 1 down to xmin
+        if (add(--x) < kMomentsCutoff) break;
     const double m1 = s1 / s0;
     *mean = xm + m1;
     *variance = std::max(s2 / s0 - m1 * m1, 0.0);

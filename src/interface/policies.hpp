@@ -28,4 +28,10 @@ using ErrnoRoot200 = policy<domain_error<errno_on_error>, pole_error<errno_on_er
 // (std::domain_error, std::overflow_error, boost::math::evaluation_error).
 using Throwing = policy<>;
 
+// The throwing policy with the rounding of a discrete quantile fixed: the
+// starting guess and the result of the discrete root search are rounded down
+// (floor) or up (ceil). Boost's default rounds outwards.
+using ThrowingRoundDown = policy<discrete_quantile<integer_round_down>>;
+using ThrowingRoundUp = policy<discrete_quantile<integer_round_up>>;
+
 }  // namespace kcm::pol

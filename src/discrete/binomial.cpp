@@ -1,0 +1,68 @@
+// The binomial distribution and the Clopper-Pearson bounds on its success
+// fraction.
+//
+// Thin wrappers over boost::math::binomial_distribution under Boost's default
+// throwing policy: an invalid success fraction, number of trials or
+// probability leaves the export as std::domain_error with Boost's message.
+// The exports fix the argument order, the tail handling (upper tails through
+// complement, never 1 - P) and, for the quantile, the rounding of a result
+// that falls between two counts.
+//
+// C. J. Clopper and E. S. Pearson, The use of confidence or fiducial limits
+// illustrated in the case of the binomial, Biometrika 26 (1934) 404-413.
+#include <cstdint>
+
+#include <boost/math/distributions/binomial.hpp>
+
+#include "interface/checks.hpp"
+#include "korvane/core_math.h"
+
+namespace {
+
+using namespace kcm;
+using boost::math::binomial_distribution;
+
+template <class Policy>
+double binomial_quantile(double p, double n, double prob, unsigned char upper)
+{
+    // The constructor checks the success fraction, then the number of trials;
+    // quantile then checks p.
+    const binomial_distribution<double, Policy> dist(n, prob);
+    return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
+}
+
+}  // namespace
+
+extern "C" double BinomialPDF(double k, double n, double prob)
+{
+    const binomial_distribution<double, pol::Throwing> dist(n, prob);
+    return pdf(dist, k);
+}
+
+extern "C" double BinomialCDF(double k, double n, double prob, unsigned char upper)
+{
+    const binomial_distribution<double, pol::Throwing> dist(n, prob);
+    return is_upper_tail(upper) ? cdf(complement(dist, k)) : cdf(dist, k);
+}
+
+// round_up is read as a whole int: 0 rounds a quantile that falls between two
+// counts down to the lower one, anything else up to the higher one.
+extern "C" double BinomialICDF(double p, double n, double prob, unsigned char upper,
+                               int32_t round_up)
+{
+    if (round_up == 0) return binomial_quantile<pol::ThrowingRoundDown>(p, n, prob, upper);
+    return binomial_quantile<pol::ThrowingRoundUp>(p, n, prob, upper);
+}
+
+// which = 0: lower bound, ibeta_inv(k, n - k + 1, alpha), 0 for k = 0;
+// which = 1: upper bound, ibetac_inv(k + 1, n - k, alpha), 1 for k = n;
+// any other which: -1 before anything is checked. Boost checks n and k (not
+// alpha: an alpha outside [0, 1] reaches the inverse incomplete beta, which
+// raises its own domain error).
+extern "C" double BinomialPS(double alpha, double k, double n, int32_t which)
+{
+    using Dist = binomial_distribution<double, pol::Throwing>;
+    if (which == 0) return Dist::find_lower_bound_on_p(n, k, alpha);
+    if (which == 1) return Dist::find_upper_bound_on_p(n, k, alpha);
+    return -1.0;
+}

@@ -1,0 +1,421 @@
+// Binomial, Poisson and hypergeometric distributions: R reference tables, the
+// identities between the exports, and the throwing error contract.
+#include <cerrno>
+#include <cfloat>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include <boost/math/policies/error_handling.hpp>
+#include <gtest/gtest.h>
+
+#include "korvane/core_math.h"
+#include "support/numeric.hpp"
+#include "support/reference_table.hpp"
+
+namespace {
+
+using namespace kcm::test;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+double evaluate(const ReferenceTable::Row& row)
+{
+    const std::string& fn = row.str("function");
+    const double a = row.num("a"), b = row.num("b"), c = row.num("c"), d = row.num("d");
+    const auto upper = static_cast<unsigned char>(row.num("upper"));
+    if (fn == "BinomialPDF") return BinomialPDF(a, b, c);
+    if (fn == "BinomialCDF") return BinomialCDF(a, b, c, upper);
+    if (fn == "BinomialPS") return BinomialPS(a, b, c, static_cast<int32_t>(d));
+    if (fn == "PoissonPDF") return PoissonPDF(a, b);
+    if (fn == "PoissonCDF") return PoissonCDF(a, b, upper);
+    if (fn == "HypergeometricPDF") return HypergeometricPDF(a, b, c, d);
+    if (fn == "HypergeometricCDF") return HypergeometricCDF(a, b, c, d, upper);
+    ADD_FAILURE() << "unknown function " << fn;
+    return kNaN;
+}
+
+// Tolerance rung per export, against R (relative, both tails, tails down to
+// 1e-300; measured worst case in brackets). R's dbinom uses Loader's
+// saddle-point expansion and Boost the incomplete-beta derivative; in a far
+// tail of n = 1e5 trials both round terms like k log(p) of size ~1e4, which
+// is 1e4 ulps of the result's log: kTol4 [2.7e-13]. The distribution
+// functions are TOMS 708 / Boost incomplete beta and gamma values, a few
+// hundred ulps apart in far tails: kTol2 [4.0e-14 binomial, 2.2e-14
+// Poisson]. dpois agrees to a few ulps: kTol2 [3.5e-15]. The hypergeometric
+// values are log-factorial (R) against prime-factor (Boost) products and
+// phyper's ratio recursion: kTol3 [1.1e-13]. The Clopper-Pearson bounds are
+// both inverse incomplete beta roots to full precision: kTol1 [1.1e-15].
+const std::map<std::string, double> kTolerance = {
+    {"BinomialPDF", kTol4},       {"BinomialCDF", kTol2},       {"BinomialPS", kTol1},
+    {"PoissonPDF", kTol2},        {"PoissonCDF", kTol2},        {"HypergeometricPDF", kTol3},
+    {"HypergeometricCDF", kTol3},
+};
+
+TEST(DiscreteReference, AgreesWithR)
+{
+    const ReferenceTable table("discrete_probability.csv");
+    std::map<std::string, double> worst;
+    for (const auto& row : table.rows()) {
+        SCOPED_TRACE(row.where());
+        errno = 0;
+        const double v = evaluate(row);
+        const double expected = row.num("expected");
+        EXPECT_REL_NEAR(v, expected, kTolerance.at(row.str("function")));
+        double& w = worst[row.str("function")];
+        w = std::max(w, relative_error(v, expected));
+        // The C library reports an underflow (a term, or the whole result,
+        // below DBL_MIN) as ERANGE; any other errno is the library's fault.
+        if (expected >= DBL_MIN && expected < 1)
+            EXPECT_EQ(errno, 0) << "a successful call must leave errno alone";
+        else
+            EXPECT_TRUE(errno == 0 || errno == ERANGE) << errno;
+    }
+    for (const auto& [fn, err] : worst) std::printf("  %-20s worst relative error %.3g\n", fn.c_str(), err);
+}
+
+// The quantiles, in both rounding modes, against counts read off R's exact
+// step functions (tests/gen/discrete.R says how).
+TEST(DiscreteReference, QuantilesMatchTheStepFunction)
+{
+    const ReferenceTable table("discrete_quantile.csv");
+    for (const auto& row : table.rows()) {
+        SCOPED_TRACE(row.where());
+        const std::string& fn = row.str("function");
+        const double p = row.num("p"), a = row.num("a"), b = row.num("b"), c = row.num("c");
+        const auto upper = static_cast<unsigned char>(row.num("upper"));
+        if (fn == "BinomialICDF") {
+            EXPECT_EQ(BinomialICDF(p, a, b, upper, 0), row.num("down"));
+            EXPECT_EQ(BinomialICDF(p, a, b, upper, 1), row.num("up"));
+        } else if (fn == "PoissonICDF") {
+            EXPECT_EQ(PoissonICDF(p, a, upper, 0), row.num("down"));
+            EXPECT_EQ(PoissonICDF(p, a, upper, 1), row.num("up"));
+        } else if (fn == "HypergeometricICDF") {
+            EXPECT_EQ(HypergeometricICDF(p, a, b, c, upper), row.num("up"));
+        } else {
+            ADD_FAILURE() << "unknown function " << fn;
+        }
+    }
+}
+
+// ---- Identities -------------------------------------------------------------
+
+TEST(DiscreteIdentities, TailsSumToOneAndFarUpperTailStaysPositive)
+{
+    for (double k : {0.0, 3.0, 17.0, 49.0}) {
+        SCOPED_TRACE(k);
+        EXPECT_NEAR(BinomialCDF(k, 50, 0.3, 0) + BinomialCDF(k, 50, 0.3, 1), 1.0, 4 * kEps);
+        EXPECT_NEAR(PoissonCDF(k, 6.5, 0) + PoissonCDF(k, 6.5, 1), 1.0, 4 * kEps);
+        if (k <= 20)
+            EXPECT_NEAR(HypergeometricCDF(k, 20, 30, 100, 0) + HypergeometricCDF(k, 20, 30, 100, 1),
+                        1.0, 4 * kEps);
+    }
+    // Far upper tails, formed directly and not as 1 - P (which would be 0).
+    EXPECT_GT(BinomialCDF(95, 100, 0.1, 1), 0.0);
+    EXPECT_LT(BinomialCDF(95, 100, 0.1, 1), 1e-80);
+    EXPECT_GT(PoissonCDF(100, 2, 1), 0.0);
+    EXPECT_LT(PoissonCDF(100, 2, 1), 1e-100);
+    EXPECT_GT(HypergeometricCDF(19, 20, 30, 100, 1), 0.0);
+    EXPECT_LT(HypergeometricCDF(19, 20, 30, 100, 1), 1e-13);  // P(X = 20) ~ 5.5e-14
+}
+
+TEST(DiscreteIdentities, DistributionIsTheRunningSumOfTheMass)
+{
+    double binomial = 0, poisson = 0, hyper = 0;
+    for (int k = 0; k <= 25; ++k) {
+        SCOPED_TRACE(k);
+        binomial += BinomialPDF(k, 25, 0.37);
+        poisson += PoissonPDF(k, 9.25);
+        EXPECT_REL_NEAR(BinomialCDF(k, 25, 0.37, 0), binomial, kTol2);
+        EXPECT_REL_NEAR(PoissonCDF(k, 9.25, 0), poisson, kTol2);
+        if (k >= 5 && k <= 20) {  // support of (r = 20, n = 25, N = 40): 5..20
+            hyper += HypergeometricPDF(k, 20, 25, 40);
+            EXPECT_REL_NEAR(HypergeometricCDF(k, 20, 25, 40, 0), hyper, kTol2);
+        }
+    }
+}
+
+TEST(DiscreteIdentities, QuantileInvertsDistributionInBothTails)
+{
+    // A probability taken from the distribution function itself falls on a
+    // count, so both rounding modes must return that count. Beyond k = 30 the
+    // binomial's lower tail is 1 to double precision (and an upper-tail q
+    // below eps/2 turns into p = 1, whose quantile is the number of trials).
+    for (int k = 0; k < 40; ++k) {
+        SCOPED_TRACE(k);
+        for (int32_t round_up : {0, 1}) {
+            if (k > 30) break;
+            EXPECT_EQ(BinomialICDF(BinomialCDF(k, 40, 0.3, 0), 40, 0.3, 0, round_up), k);
+            EXPECT_EQ(BinomialICDF(BinomialCDF(k, 40, 0.3, 1), 40, 0.3, 1, round_up), k);
+            EXPECT_EQ(PoissonICDF(PoissonCDF(k, 12.5, 0), 12.5, 0, round_up), k);
+            EXPECT_EQ(PoissonICDF(PoissonCDF(k, 12.5, 1), 12.5, 1, round_up), k);
+        }
+        if (k < 20) {
+            // The hypergeometric quantile sums point probabilities and moves up
+            // a count when the sum falls short of p times (1 + 50 eps): at the
+            // exact step value that is k or k + 1; a quarter step inside, k.
+            const double lower = HypergeometricCDF(k, 20, 30, 100, 0);
+            const double upper = HypergeometricCDF(k, 20, 30, 100, 1);
+            const double step = HypergeometricPDF(k, 20, 30, 100);
+            EXPECT_EQ(HypergeometricICDF(lower - step / 4, 20, 30, 100, 0), k);
+            EXPECT_EQ(HypergeometricICDF(upper + step / 4, 20, 30, 100, 1), k);
+            const double at_step = HypergeometricICDF(lower, 20, 30, 100, 0);
+            EXPECT_TRUE(at_step == k || at_step == k + 1) << at_step;
+        }
+    }
+}
+
+TEST(DiscreteIdentities, RoundingModesDifferByAtMostOneCount)
+{
+    for (double p : {0.001, 0.05, 0.2, 0.5, 0.7, 0.95, 0.9999}) {
+        for (unsigned char tail : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << p << " tail " << int(tail));
+            const double bd = BinomialICDF(p, 60, 0.42, tail, 0);
+            const double bu = BinomialICDF(p, 60, 0.42, tail, 1);
+            EXPECT_TRUE(bu == bd || bu == bd + 1) << bd << " " << bu;
+            const double pd = PoissonICDF(p, 33.3, tail, 0);
+            const double pu = PoissonICDF(p, 33.3, tail, 1);
+            EXPECT_TRUE(pu == pd || pu == pd + 1) << pd << " " << pu;
+            // Any nonzero selector rounds up.
+            EXPECT_EQ(BinomialICDF(p, 60, 0.42, tail, -7), bu);
+            EXPECT_EQ(PoissonICDF(p, 33.3, tail, 256), pu);
+        }
+    }
+    // With success fraction 1/2 and 10 trials every CDF value is a multiple
+    // of 2^-10, exact in binary: 638/1024 = P(X <= 5).
+    EXPECT_EQ(BinomialICDF(638.0 / 1024, 10, 0.5, 0, 0), 5.0);
+    EXPECT_EQ(BinomialICDF(638.0 / 1024, 10, 0.5, 0, 1), 5.0);
+    EXPECT_EQ(BinomialICDF(0.5, 10, 0.5, 0, 0), 4.0);
+    EXPECT_EQ(BinomialICDF(0.5, 10, 0.5, 0, 1), 5.0);
+}
+
+TEST(DiscreteIdentities, ClopperPearsonBoundsLeaveAlphaInTheTail)
+{
+    // At the lower bound P(X >= k) = alpha; at the upper bound P(X <= k) = alpha.
+    const double cases[][3] = {{0.025, 3, 10}, {0.05, 12, 40}, {0.005, 250, 1000}, {0.1, 1, 7}};
+    for (const auto& c : cases) {
+        const double alpha = c[0], k = c[1], n = c[2];
+        SCOPED_TRACE(testing::Message() << alpha << " " << k << " " << n);
+        const double lower = BinomialPS(alpha, k, n, 0);
+        const double upper = BinomialPS(alpha, k, n, 1);
+        EXPECT_LT(lower, k / n);
+        EXPECT_GT(upper, k / n);
+        EXPECT_REL_NEAR(BinomialCDF(k - 1, n, lower, 1), alpha, 1e-10);
+        EXPECT_REL_NEAR(BinomialCDF(k, n, upper, 0), alpha, 1e-10);
+    }
+    for (double alpha : {0.0, 0.05, 0.5, 1.0}) {
+        SCOPED_TRACE(alpha);
+        EXPECT_EQ(BinomialPS(alpha, 0, 17, 0), 0.0);
+        EXPECT_EQ(BinomialPS(alpha, 17, 17, 1), 1.0);
+    }
+    // Any other selector: -1 before anything is checked.
+    for (int32_t which : {2, -1, 1 << 16, std::numeric_limits<int32_t>::min()})
+        EXPECT_EQ(BinomialPS(kNaN, -5, -10, which), -1.0);
+}
+
+TEST(DiscreteIdentities, HypergeometricQuantileEndsAreTheSupportEnds)
+{
+    // Support of (r = 30, n = 80, N = 100): max(0, 80 + 30 - 100) = 10 .. 30.
+    EXPECT_EQ(HypergeometricICDF(0, 30, 80, 100, 0), 10.0);
+    EXPECT_EQ(HypergeometricICDF(1, 30, 80, 100, 0), 30.0);
+    EXPECT_EQ(HypergeometricICDF(1, 30, 80, 100, 1), 10.0);
+    EXPECT_EQ(HypergeometricICDF(0, 30, 80, 100, 1), 30.0);
+    EXPECT_EQ(HypergeometricICDF(0, 5, 10, 50, 0), 0.0);
+    EXPECT_EQ(HypergeometricICDF(1, 5, 10, 50, 0), 5.0);
+}
+
+TEST(DiscreteIdentities, HypergeometricCountsAreTruncatedTo64ThenKept32Bits)
+{
+    const double reference = HypergeometricPDF(2, 5, 10, 20);
+    EXPECT_EQ(HypergeometricPDF(2, 5.99, 10.5, 20.01), reference);
+    EXPECT_EQ(HypergeometricPDF(2, 4294967296.0 + 5, 10, 20), reference);  // 2^32 + 5
+    EXPECT_EQ(HypergeometricPDF(2, 5, 10, 3 * 4294967296.0 + 20), reference);
+    // -0.5 truncates to 0, not to a wrapped count.
+    EXPECT_EQ(HypergeometricPDF(0, -0.5, 10, 20), 1.0);
+    // NaN and values beyond 64 bits give the hardware's 0x8000000000000000,
+    // whose low 32 bits are 0: r = 0.
+    EXPECT_EQ(HypergeometricPDF(0, kNaN, 10, 20), 1.0);
+    EXPECT_EQ(HypergeometricPDF(0, 1e300, 10, 20), 1.0);
+    EXPECT_EQ(HypergeometricCDF(0, -kInf, 10, 20, 0), 1.0);
+}
+
+TEST(DiscreteIdentities, AnyNonzeroTailByteIsTheUpperTail)
+{
+    for (unsigned char tail : {1, 2, 128, 255}) {
+        SCOPED_TRACE(int(tail));
+        EXPECT_EQ(BinomialCDF(4, 20, 0.3, tail), BinomialCDF(4, 20, 0.3, 1));
+        EXPECT_EQ(BinomialICDF(0.2, 20, 0.3, tail, 1), BinomialICDF(0.2, 20, 0.3, 1, 1));
+        EXPECT_EQ(PoissonCDF(4, 2.5, tail), PoissonCDF(4, 2.5, 1));
+        EXPECT_EQ(PoissonICDF(0.2, 2.5, tail, 0), PoissonICDF(0.2, 2.5, 1, 0));
+        EXPECT_EQ(HypergeometricCDF(3, 10, 12, 40, tail), HypergeometricCDF(3, 10, 12, 40, 1));
+        EXPECT_EQ(HypergeometricICDF(0.2, 10, 12, 40, tail), HypergeometricICDF(0.2, 10, 12, 40, 1));
+    }
+}
+
+TEST(DiscreteIdentities, PoissonQuantileBelowTheMassAtZeroIsZero)
+{
+    const double mean = 3.7, p0 = std::exp(-mean);
+    for (double p : {0.0, 1e-300, 0.5 * p0, p0}) {
+        SCOPED_TRACE(p);
+        EXPECT_EQ(PoissonICDF(p, mean, 0, 1), 0.0);
+        EXPECT_EQ(PoissonICDF(p, mean, 0, 0), 0.0);
+    }
+    EXPECT_EQ(PoissonICDF(1.5 * p0, mean, 0, 1), 1.0);
+}
+
+// ---- Error contract -----------------------------------------------------------
+// Each row: a call, the exception type it must raise and its exact message.
+// Every one leaves errno alone.
+
+enum class Raises { kDomain, kRounding, kOverflow };
+
+struct ThrowRow {
+    const char* call;
+    std::function<double()> f;
+    Raises type;
+    const char* message;
+};
+
+constexpr int kSentinel = 12345;
+
+TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
+{
+    const std::string bin = "Error in function boost::math::binomial_distribution<double>::";
+    const std::string fraction = "binomial_distribution: Success fraction argument is ";
+    const std::string trials = "binomial_distribution: Number of Trials argument is ";
+    const std::string poisson =
+        "Error in function boost::math::poisson_distribution<double>::poisson_distribution: "
+        "Mean argument is ";
+    const std::string hyper_ctor =
+        "Error in function boost::math::hypergeometric_distribution<double>::"
+        "hypergeometric_distribution: Parameter ";
+    const std::string hyper_pdf =
+        "Error in function boost::math::pdf(const hypergeometric_distribution<double>&, const "
+        "double&): Random variable out of range: must be ";
+    const std::string hyper_cdf =
+        "Error in function boost::math::cdf(const hypergeometric_distribution<double>&, const "
+        "double&): Random variable out of range: must be ";
+    const std::string not_integer = " can not be represented in the target integer type.";
+    const std::string fraction_tail = ", but must be >= 0 and <= 1 !";
+    const std::string trials_tail = ", but must be >= 0 !";
+    const std::string probability = "Probability argument is ";
+
+    const std::vector<std::pair<ThrowRow, std::string>> rows = {
+        // Binomial: success fraction checked before the number of trials.
+        {{"BinomialPDF(1, 10, 1.5)", [] { return BinomialPDF(1, 10, 1.5); }, Raises::kDomain, ""},
+         bin + fraction + "1.5" + fraction_tail},
+        {{"BinomialPDF(1, 10, NaN)", [] { return BinomialPDF(1, 10, kNaN); }, Raises::kDomain, ""},
+         bin + fraction + "nan" + fraction_tail},
+        {{"BinomialCDF(1, -1, 2, 0)", [] { return BinomialCDF(1, -1, 2, 0); }, Raises::kDomain, ""},
+         bin + fraction + "2" + fraction_tail},
+        {{"BinomialCDF(1, -1, 0.5, 1)", [] { return BinomialCDF(1, -1, 0.5, 1); }, Raises::kDomain, ""},
+         bin + trials + "-1" + trials_tail},
+        {{"BinomialCDF(1, inf, 0.5, 0)", [] { return BinomialCDF(1, kInf, 0.5, 0); }, Raises::kDomain, ""},
+         bin + trials + "inf" + trials_tail},
+        {{"BinomialICDF(0.5, 10, -0.1, 0, 0)", [] { return BinomialICDF(0.5, 10, -0.1, 0, 0); },
+          Raises::kDomain, ""},
+         bin + fraction + "-0.10000000000000001" + fraction_tail},
+        {{"BinomialICDF(0.5, -1, 0.5, 1, 1)", [] { return BinomialICDF(0.5, -1, 0.5, 1, 1); },
+          Raises::kDomain, ""},
+         bin + trials + "-1" + trials_tail},
+        {{"BinomialICDF(1.5, 10, 0.5, 0, 0)", [] { return BinomialICDF(1.5, 10, 0.5, 0, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(binomial_distribution<double> const&, double): " +
+             probability + "1.5" + fraction_tail},
+        {{"BinomialPS(0.05, 3, -1, 0)", [] { return BinomialPS(0.05, 3, -1, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Trials argument is -1" + trials_tail},
+        {{"BinomialPS(0.05, -1, 10, 0)", [] { return BinomialPS(0.05, -1, 10, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Successes argument is -1" + trials_tail},
+        {{"BinomialPS(0.05, NaN, 10, 1)", [] { return BinomialPS(0.05, kNaN, 10, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Successes argument is nan" + trials_tail},
+        {{"BinomialPS(0.05, 11, 10, 1)", [] { return BinomialPS(0.05, 11, 10, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Successes argument is 11, but must be <= Number of "
+               "Trials !"},
+        // Poisson: the mean before anything else.
+        {{"PoissonPDF(1, 0)", [] { return PoissonPDF(1, 0); }, Raises::kDomain, ""},
+         poisson + "0, but must be > 0 !"},
+        {{"PoissonCDF(-1, -2, 0)", [] { return PoissonCDF(-1, -2, 0); }, Raises::kDomain, ""},
+         poisson + "-2, but must be > 0 !"},
+        {{"PoissonCDF(1, inf, 1)", [] { return PoissonCDF(1, kInf, 1); }, Raises::kDomain, ""},
+         poisson + "inf, but must be > 0 !"},
+        {{"PoissonICDF(2, NaN, 0, 1)", [] { return PoissonICDF(2, kNaN, 0, 1); }, Raises::kDomain, ""},
+         poisson + "nan, but must be > 0 !"},
+        {{"PoissonICDF(1.5, 3, 0, 1)", [] { return PoissonICDF(1.5, 3, 0, 1); }, Raises::kDomain, ""},
+         "Error in function boost::math::quantile(const poisson_distribution<double>&, double): " +
+             probability + "1.5" + fraction_tail},
+        {{"PoissonICDF(NaN, 3, 1, 0)", [] { return PoissonICDF(kNaN, 3, 1, 0); }, Raises::kDomain, ""},
+         "Error in function boost::math::quantile(complement(const poisson_distribution<double>&, "
+         "double)): " + probability + "nan" + fraction_tail},
+        {{"PoissonICDF(1, 3, 0, 1)", [] { return PoissonICDF(1, 3, 0, 1); }, Raises::kOverflow, ""},
+         "Error in function boost::math::quantile(const poisson_distribution<double>&, double): "
+         "Overflow Error"},
+        // Hypergeometric: r <= N, then n <= N, whatever x or p is.
+        {{"HypergeometricPDF(1, 21, 10, 20)", [] { return HypergeometricPDF(1, 21, 10, 20); },
+          Raises::kDomain, ""},
+         hyper_ctor + "r out of range: must be <= N but got 21"},
+        {{"HypergeometricCDF(NaN, 5, 30, 20, 0)", [] { return HypergeometricCDF(kNaN, 5, 30, 20, 0); },
+          Raises::kDomain, ""},
+         hyper_ctor + "n out of range: must be <= N but got 30"},
+        {{"HypergeometricICDF(NaN, -1, 10, 20, 1)",
+          [] { return HypergeometricICDF(kNaN, -1, 10, 20, 1); }, Raises::kDomain, ""},
+         hyper_ctor + "r out of range: must be <= N but got 4294967295"},
+        {{"HypergeometricPDF(2.5, 5, 10, 20)", [] { return HypergeometricPDF(2.5, 5, 10, 20); },
+          Raises::kDomain, ""},
+         hyper_pdf + "an integer but got 2.5"},
+        {{"HypergeometricPDF(6, 5, 10, 20)", [] { return HypergeometricPDF(6, 5, 10, 20); },
+          Raises::kDomain, ""},
+         hyper_pdf + "less than both n and r but got 6"},
+        {{"HypergeometricCDF(3, 15, 10, 20, 0)", [] { return HypergeometricCDF(3, 15, 10, 20, 0); },
+          Raises::kDomain, ""},
+         hyper_cdf + "> 0 and > m + r - N but got 3"},
+        // -1 truncates to an int that, as an unsigned count, is not -1.
+        {{"HypergeometricCDF(-1, 5, 10, 20, 1)", [] { return HypergeometricCDF(-1, 5, 10, 20, 1); },
+          Raises::kDomain, ""},
+         hyper_cdf + "an integer but got -1"},
+        // A non-finite x or one beyond the int range is a rounding error.
+        {{"HypergeometricPDF(inf, 5, 10, 20)", [] { return HypergeometricPDF(kInf, 5, 10, 20); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::trunc<double>(double): Value inf" + not_integer},
+        {{"HypergeometricCDF(NaN, 5, 10, 20, 0)", [] { return HypergeometricCDF(kNaN, 5, 10, 20, 0); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::trunc<double>(double): Value nan" + not_integer},
+        {{"HypergeometricCDF(3e9, 5, 10, 20, 1)", [] { return HypergeometricCDF(3e9, 5, 10, 20, 1); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::itrunc<double>(double): Value 3000000000" + not_integer},
+        {{"HypergeometricPDF(-2147483648, 5, 10, 20)",
+          [] { return HypergeometricPDF(-2147483648.0, 5, 10, 20); }, Raises::kRounding, ""},
+         "Error in function boost::math::itrunc<double>(double): Value -2147483648" + not_integer},
+        {{"HypergeometricICDF(NaN, 5, 10, 20, 0)", [] { return HypergeometricICDF(kNaN, 5, 10, 20, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(const hypergeometric_distribution<double>&, "
+         "double): " + probability + "nan" + fraction_tail},
+        {{"HypergeometricICDF(-0.5, 5, 10, 20, 1)", [] { return HypergeometricICDF(-0.5, 5, 10, 20, 1); },
+          Raises::kDomain, ""},
+         "Error in function quantile(const complemented2_type<hypergeometric_distribution<double>, "
+         "double>&): " + probability + "-0.5" + fraction_tail},
+    };
+    for (const auto& [row, message] : rows) {
+        SCOPED_TRACE(row.call);
+        errno = kSentinel;
+        try {
+            row.f();
+            ADD_FAILURE() << "no exception";
+        } catch (const boost::math::rounding_error& e) {
+            EXPECT_EQ(row.type, Raises::kRounding);
+            EXPECT_EQ(e.what(), message);
+        } catch (const std::domain_error& e) {
+            EXPECT_EQ(row.type, Raises::kDomain);
+            EXPECT_EQ(e.what(), message);
+        } catch (const std::overflow_error& e) {
+            EXPECT_EQ(row.type, Raises::kOverflow);
+            EXPECT_EQ(e.what(), message);
+        }
+        EXPECT_EQ(errno, kSentinel);
+    }
+}
+
+}  // namespace

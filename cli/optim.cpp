@@ -3,6 +3,7 @@
 // chained Rosenbrock function sum 100 (x[i+1] - x[i]^2)^2 + (1 - x[i])^2: it
 // calls LBFGSBStart, then LBFGSBStep, evaluating f and g whenever asked (code
 // 1) and printing each new iterate (code 2), then LBFGSBEnd.
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>

@@ -90,8 +90,8 @@ extern "C" int32_t RandomNormalVariables(double* r, int32_t n, int32_t count, do
 {
     VSLStreamStatePtr stream = new_stream(seed);
     for (int32_t k = 0; k < count; ++k) {
-        // Deliberate: the block start is the 32-bit product k*n, as the host's
-        // buffers are addressed; it wraps (unsigned arithmetic, no UB) past 2^31.
+        // Deliberate: the block start is the 32-bit product k*n, which wraps for
+        // starts beyond 2^31 - 1 elements; unsigned arithmetic keeps the wrap defined.
         const auto start = static_cast<int32_t>(static_cast<uint32_t>(k) * static_cast<uint32_t>(n));
         vdRngGaussian(kNormalMethod, stream, n, r + start, mean, sigma);
     }

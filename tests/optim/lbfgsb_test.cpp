@@ -307,6 +307,27 @@ TEST(LbfgsbSteps, NewIterateComesWithItsOwnValueAndGradient)
     LBFGSBEnd(s);
 }
 
+TEST(LbfgsbSteps, AGradientThatPointsUphillEndsAbnormally)
+{
+    // f = x, but the host reports g = -1: every search direction climbs, the
+    // first line search fails with no correction pairs stored, and the solver
+    // gives up with "ABNORMAL_TERMINATION_IN_LNSRCH".
+    const double bound = 0;
+    const int32_t free_variable = 0;
+    LbfgsbState* s = LBFGSBStart(1, 5, &bound, &bound, &free_variable, 1e7, 1e-5);
+    double x = 0.5, f = 0, g = 0;
+    int code, evaluations = 0;
+    while ((code = LBFGSBStep(s, &x, &f, &g)) == kEvaluate && evaluations < 100) {
+        f = x;
+        g = -1;
+        ++evaluations;
+    }
+    EXPECT_EQ(code, kAbnormal);
+    solver_calls().clear();
+    LBFGSBEnd(s);
+    EXPECT_TRUE(solver_calls().empty()) << "no STOP call after an abnormal end";
+}
+
 TEST(LbfgsbSteps, InputErrorsComeBackAsFive)
 {
     struct Row {

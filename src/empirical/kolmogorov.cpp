@@ -24,6 +24,7 @@
 //   H. Ruben, J. Gambino, "The exact distribution of Kolmogorov's statistic
 //     D_n for n <= 10", Ann. Inst. Stat. Math. 34, 1982.
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -588,7 +589,12 @@ extern "C" double KolmogorovCDF(double x, double n, int32_t upper)
 {
     if (x < 0) return upper != 0 ? 1.0 : 0.0;  // a NaN x goes on to the methods
     const int m = truncate_sample_size(n);
-    return upper != 0 ? KsComplement(m, x) : KsCdf(m, x);
+    // Terms of the sums underflow harmlessly; the C library's ERANGE for them
+    // is not the caller's business.
+    const int saved_errno = errno;
+    const double v = upper != 0 ? KsComplement(m, x) : KsCdf(m, x);
+    errno = saved_errno;
+    return v;
 }
 
 // Throws boost::math::evaluation_error when p cannot be bracketed within the
@@ -598,10 +604,12 @@ extern "C" double KolmogorovICDF(double p, double n, int32_t upper)
     // The guess uses n as given (10.9 stays 10.9); the tails truncate it.
     const double guess = kGuessScale / std::sqrt(n);
     std::uintmax_t iterations = kQuantileMaxIterations;
+    const int saved_errno = errno;  // underflowing terms, as in KolmogorovCDF
     const std::pair<double, double> r = boost::math::tools::bracket_and_solve_root(
         KolmogorovQuantileFunctor{upper != 0, p, n}, guess, kGuessGrowth, true,
         boost::math::tools::eps_tolerance<double>(kQuantileBits), iterations, pol::Throwing());
     // A budget exhausted during the refinement is not reported: the bracket
     // as it stands is used.
+    errno = saved_errno;
     return r.first + (r.second - r.first) * 0.5;
 }

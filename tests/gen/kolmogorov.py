@@ -23,6 +23,7 @@ from pathlib import Path
 import mpmath as mp
 import numpy as np
 import scipy
+from scipy.special import gammaln
 from scipy.stats import kstwo
 
 OUT = Path(__file__).resolve().parent.parent / "data" / "kolmogorov_py.csv"
@@ -97,7 +98,6 @@ def twice_one_sided(n, x):
             jmax -= 1
         j = np.arange(0, jmax + 1, dtype=float)
         q = j / n + x
-        from scipy.special import gammaln
         logt = (gammaln(n + 1) - gammaln(j + 1) - gammaln(n - j + 1)
                 + (n - j) * np.log1p(-q) + (j - 1) * np.log(q))
         keep = np.nonzero(logt > logt.max() - 120)[0]

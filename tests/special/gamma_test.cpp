@@ -1,0 +1,310 @@
+// Gamma-function family: the mpmath reference table, the identities between
+// the exports, and the error contract (errno or the exception each raises).
+#include <cerrno>
+#include <cfloat>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "korvane/core_math.h"
+#include "support/numeric.hpp"
+#include "support/reference_table.hpp"
+
+namespace {
+
+using namespace kcm::test;
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+// Tolerance rung per export. Boost evaluates doubles in long double, so most
+// values come back correctly rounded; the largest errors measured against the
+// table (mpmath, 45 digits) are in brackets, each rung leaving room for
+// another compiler:
+// - Gamma, GammaLn, the non-regularized functions (0.8 ulp): kTol1.
+// - LogXplus1 (0 ulp): kTol0.
+// - P, Q and the derivative (21 ulps, at a = 1e5 just past the mode, where the
+//   prefix x^a e^-x / Gamma(a) is the exponential of a difference of ~1e6):
+//   kTol2.
+// - The inverses are compared in x (190 ulps): for a small shape the root is
+//   x ~ (p Gamma(a+1))^(1/a), so one ulp of the probability is 1/a ulps of x
+//   (a = 1e-3 amplifies by 1000); kTol3.
+const std::map<std::string, double> kTolerance = {
+    {"Gamma", kTol1},
+    {"GammaLn", kTol1},
+    {"GammaRegularized", kTol2},
+    {"GammaRegularizedC", kTol2},
+    {"IncompleteGammaLower", kTol1},
+    {"IncompleteGammaUpper", kTol1},
+    {"InverseGammaRegularized", kTol3},
+    {"InverseGammaRegularizedC", kTol3},
+    {"GammaDerivative", kTol2},
+    {"LogXplus1", kTol0},
+};
+
+double evaluate(const std::string& fn, double a, double b)
+{
+    if (fn == "Gamma") return Gamma(a);
+    if (fn == "GammaLn") return GammaLn(a);
+    if (fn == "GammaRegularized") return GammaRegularized(a, b);
+    if (fn == "GammaRegularizedC") return GammaRegularizedC(a, b);
+    if (fn == "IncompleteGammaLower") return IncompleteGammaLower(a, b);
+    if (fn == "IncompleteGammaUpper") return IncompleteGammaUpper(a, b);
+    if (fn == "InverseGammaRegularized") return InverseGammaRegularized(a, b);
+    if (fn == "InverseGammaRegularizedC") return InverseGammaRegularizedC(a, b);
+    if (fn == "GammaDerivative") return GammaDerivative(a, b);
+    if (fn == "LogXplus1") return LogXplus1(a);
+    ADD_FAILURE() << "unknown function " << fn;
+    return kNaN;
+}
+
+TEST(GammaReference, AgreesWithMpmath)
+{
+    const ReferenceTable table("gamma_beta.csv");
+    int compared = 0;
+    for (const auto& row : table.rows()) {
+        const auto tolerance = kTolerance.find(row.str("function"));
+        if (tolerance == kTolerance.end()) continue;  // a beta-family row
+        SCOPED_TRACE(row.where());
+        errno = 0;
+        const double v = evaluate(row.str("function"), row.num("a"), row.num("b"));
+        EXPECT_REL_NEAR(v, row.num("expected"), tolerance->second);
+        // Where the other tail or an intermediate power underflows inside the
+        // evaluation (a result of exactly 1, a probability near 1e-300) the C
+        // library reports ERANGE; nothing else may touch errno.
+        const bool underflow_inside = row.num("expected") == 1 || row.num("b") < 1e-290;
+        if (!(underflow_inside && errno == ERANGE))
+            EXPECT_EQ(errno, 0) << "a successful call must leave errno alone";
+        ++compared;
+    }
+    EXPECT_GT(compared, 400);
+}
+
+// ---- P + Q = 1, the far upper tail still positive ------------------------------
+
+TEST(GammaIdentities, TailsSumToOneAndFarTailStaysPositive)
+{
+    const double cases[][2] = {{1e-3, 1e-5}, {0.5, 0.3}, {1, 1}, {2.5, 7}, {10, 9.5},
+                               {100, 120}, {1e4, 9900}, {1e5, 1e5}, {30, 1e-3}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "a=" << c[0] << " x=" << c[1]);
+        EXPECT_NEAR(GammaRegularized(c[0], c[1]) + GammaRegularizedC(c[0], c[1]), 1.0, 4 * kEps);
+    }
+    // 1 - P would be 0 here; Q is computed directly: 201 e^-200 ~ 2.78e-85.
+    const double far = GammaRegularizedC(2, 200);
+    EXPECT_GT(far, 0.0);
+    EXPECT_REL_NEAR(far, 201 * std::exp(-200.0), kTol1);
+    EXPECT_EQ(GammaRegularized(2, 200), 1.0);
+}
+
+// ---- Inverse of the forward function, both tails -------------------------------
+
+TEST(GammaIdentities, InverseRecoversXInBothTails)
+{
+    const double shapes[] = {1e-3, 0.3, 1, 4.5, 50, 2e3, 1e5};
+    const double multiples[] = {1e-4, 0.05, 0.5, 1, 1.5, 3};
+    for (double a : shapes) {
+        for (double m : multiples) {
+            const double x = a * m;
+            SCOPED_TRACE(testing::Message() << "a=" << a << " x=" << x);
+            const double p = GammaRegularized(a, x), q = GammaRegularizedC(a, x);
+            // One ulp of p moves the root by (p / (x P'(x))) ulps: the tolerance
+            // scales with that condition number.
+            const double slope = x * GammaDerivative(a, x);
+            if (p > DBL_MIN && p < 1)
+                EXPECT_REL_NEAR(InverseGammaRegularized(a, p), x, kTol2 * (1 + p / slope));
+            if (q > DBL_MIN && q < 1)
+                EXPECT_REL_NEAR(InverseGammaRegularizedC(a, q), x, kTol2 * (1 + q / slope));
+        }
+    }
+}
+
+// ---- The non-regularized functions against Gamma(a) ----------------------------
+
+TEST(GammaIdentities, UpperIncompleteGammaAtZeroIsGamma)
+{
+    for (double a : {1e-3, 0.5, 1.0, 2.5, 7.0, 33.3, 100.0, 170.5, 171.0}) {
+        SCOPED_TRACE(a);
+        EXPECT_REL_NEAR(IncompleteGammaUpper(a, 0), Gamma(a), kTol1);
+        EXPECT_EQ(IncompleteGammaLower(a, 0), 0.0);
+        EXPECT_REL_NEAR(IncompleteGammaLower(a, kInf), Gamma(a), kTol1);
+    }
+}
+
+TEST(GammaIdentities, LowerPlusUpperIsGammaAndRegularizedIsTheRatio)
+{
+    const double cases[][2] = {{0.5, 0.2}, {3, 2}, {12.5, 15}, {60, 59}, {150, 170}};
+    for (const auto& c : cases) {
+        const double a = c[0], x = c[1], g = Gamma(a);
+        SCOPED_TRACE(testing::Message() << "a=" << a << " x=" << x);
+        EXPECT_REL_NEAR(IncompleteGammaLower(a, x) + IncompleteGammaUpper(a, x), g, kTol1);
+        EXPECT_REL_NEAR(IncompleteGammaLower(a, x) / g, GammaRegularized(a, x), kTol2);
+        EXPECT_REL_NEAR(IncompleteGammaUpper(a, x) / g, GammaRegularizedC(a, x), kTol2);
+    }
+}
+
+TEST(GammaIdentities, RecurrenceAndLogarithm)
+{
+    for (double x : {1e-5, 0.25, 1.5, 9.75, 60.5, 169.5}) {
+        SCOPED_TRACE(x);
+        EXPECT_REL_NEAR(Gamma(x + 1), x * Gamma(x), kTol1);
+        EXPECT_REL_NEAR(GammaLn(x), std::log(Gamma(x)), kTol1 / std::fabs(std::log(Gamma(x))) + kTol1);
+    }
+    double factorial = 1;
+    for (int n = 1; n <= 20; ++n) {
+        factorial *= n;
+        EXPECT_EQ(Gamma(n + 1), factorial) << n;  // exact for n! < 2^53 and a little beyond
+    }
+}
+
+// ---- Error contract ---------------------------------------------------------------
+
+constexpr int kKeep = -1;  // errno must keep the sentinel
+constexpr int kSentinel = 12345;
+
+struct ContractRow {
+    const char* call;
+    std::function<double()> f;
+    double expected;  // NaN matches NaN
+    int expected_errno;
+};
+
+TEST(GammaContract, BadInputGetsTheDefinedAnswer)
+{
+    const ContractRow rows[] = {
+        // Gamma decides its range itself: NaN outside [0, 171], errno untouched.
+        {"Gamma(-0.5)", [] { return Gamma(-0.5); }, kNaN, kKeep},
+        {"Gamma(-1)", [] { return Gamma(-1); }, kNaN, kKeep},
+        {"Gamma(-inf)", [] { return Gamma(-kInf); }, kNaN, kKeep},
+        {"Gamma(171.5)", [] { return Gamma(171.5); }, kNaN, kKeep},
+        {"Gamma(171 + ulp)", [] { return Gamma(std::nextafter(171.0, 200.0)); }, kNaN, kKeep},
+        {"Gamma(inf)", [] { return Gamma(kInf); }, kNaN, kKeep},
+        {"Gamma(171)", [] { return Gamma(171); }, 7.257415615307999e306, kKeep},
+        {"Gamma(0)", [] { return Gamma(0); }, kInf, kKeep},
+        {"Gamma(-0)", [] { return Gamma(-0.0); }, kInf, kKeep},
+        {"Gamma(5)", [] { return Gamma(5); }, 24.0, kKeep},
+        {"Gamma(NaN)", [] { return Gamma(kNaN); }, kNaN, kKeep},
+        {"Gamma(1e-310)", [] { return Gamma(1e-310); }, kInf, ERANGE},
+        // The non-regularized functions: errno policy, +inf on overflow.
+        {"IncompleteGammaLower(-1, 1)", [] { return IncompleteGammaLower(-1, 1); }, kNaN, EDOM},
+        {"IncompleteGammaLower(0, 1)", [] { return IncompleteGammaLower(0, 1); }, kNaN, EDOM},
+        {"IncompleteGammaLower(1, -1)", [] { return IncompleteGammaLower(1, -1); }, kNaN, EDOM},
+        {"IncompleteGammaLower(200, 1000)", [] { return IncompleteGammaLower(200, 1000); }, kInf,
+         ERANGE},
+        {"IncompleteGammaLower(1, inf)", [] { return IncompleteGammaLower(1, kInf); }, 1.0, kKeep},
+        {"IncompleteGammaUpper(200, 0)", [] { return IncompleteGammaUpper(200, 0); }, kInf, ERANGE},
+        {"IncompleteGammaUpper(-0.5, 1)", [] { return IncompleteGammaUpper(-0.5, 1); }, kNaN, EDOM},
+        {"IncompleteGammaUpper(2, -1)", [] { return IncompleteGammaUpper(2, -1); }, kNaN, EDOM},
+        {"IncompleteGammaUpper(2, inf)", [] { return IncompleteGammaUpper(2, kInf); }, 0.0, kKeep},
+        // The inverses take their arguments as given: Boost's checks, errno policy.
+        {"InverseGammaRegularized(0, 0.5)", [] { return InverseGammaRegularized(0, 0.5); }, kNaN,
+         EDOM},
+        {"InverseGammaRegularized(2, 1.5)", [] { return InverseGammaRegularized(2, 1.5); }, kNaN,
+         EDOM},
+        {"InverseGammaRegularized(-1, 0.5)", [] { return InverseGammaRegularized(-1, 0.5); }, kNaN,
+         EDOM},
+        {"InverseGammaRegularized(2, -0.1)", [] { return InverseGammaRegularized(2, -0.1); }, kNaN,
+         EDOM},
+        {"InverseGammaRegularized(2, 0)", [] { return InverseGammaRegularized(2, 0); }, 0.0, kKeep},
+        {"InverseGammaRegularized(2, 1)", [] { return InverseGammaRegularized(2, 1); }, kInf,
+         ERANGE},
+        {"InverseGammaRegularizedC(2, 0)", [] { return InverseGammaRegularizedC(2, 0); }, kInf,
+         ERANGE},
+        {"InverseGammaRegularizedC(2, 1)", [] { return InverseGammaRegularizedC(2, 1); }, 0.0, kKeep},
+        {"InverseGammaRegularizedC(0, 0.5)", [] { return InverseGammaRegularizedC(0, 0.5); }, kNaN,
+         EDOM},
+        {"InverseGammaRegularizedC(2, 1.5)", [] { return InverseGammaRegularizedC(2, 1.5); }, kNaN,
+         EDOM},
+        // The throwing exports that still return for harmless input.
+        {"LogXplus1(1e-20)", [] { return LogXplus1(1e-20); }, 1e-20, kKeep},
+        {"LogXplus1(NaN)", [] { return LogXplus1(kNaN); }, kNaN, kKeep},
+        {"LogXplus1(inf)", [] { return LogXplus1(kInf); }, kInf, kKeep},
+        {"GammaRegularized(1, inf)", [] { return GammaRegularized(1, kInf); }, 1.0, kKeep},
+        {"GammaRegularizedC(2, inf)", [] { return GammaRegularizedC(2, kInf); }, 0.0, kKeep},
+        {"GammaLn(1)", [] { return GammaLn(1); }, 0.0, kKeep},
+        {"GammaLn(2)", [] { return GammaLn(2); }, 0.0, kKeep},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.call);
+        const auto [value, err] = with_errno(row.f, kSentinel);
+        EXPECT_REL_NEAR(value, row.expected, 0.0);
+        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
+    }
+}
+
+// The throwing exports: the exception type, and the function its message names.
+struct ThrowRow {
+    const char* call;
+    std::function<double()> f;
+    enum { kDomain, kOverflow } type;
+    const char* message_part;
+};
+
+TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
+{
+    const ThrowRow rows[] = {
+        {"LogXplus1(-1)", [] { return LogXplus1(-1); }, ThrowRow::kOverflow, "log1p<double>(double)"},
+        {"LogXplus1(-2)", [] { return LogXplus1(-2); }, ThrowRow::kDomain,
+         "Error in function log1p<double>(double): log1p(x) requires x > -1, but got x = -2."},
+        {"LogXplus1(-1.5)", [] { return LogXplus1(-1.5); }, ThrowRow::kDomain, "got x = -1.5"},
+        {"LogXplus1(-inf)", [] { return LogXplus1(-kInf); }, ThrowRow::kDomain, "log1p"},
+        {"GammaLn(0)", [] { return GammaLn(0); }, ThrowRow::kDomain, "lgamma"},
+        {"GammaLn(-2)", [] { return GammaLn(-2); }, ThrowRow::kDomain, "lgamma"},
+        {"GammaLn(-170)", [] { return GammaLn(-170); }, ThrowRow::kDomain, "lgamma"},
+        {"GammaLn(inf)", [] { return GammaLn(kInf); }, ThrowRow::kOverflow,
+         "boost::math::lgamma<double>(double)"},
+        {"GammaLn(1e308)", [] { return GammaLn(1e308); }, ThrowRow::kOverflow, "lgamma"},
+        {"GammaRegularized(0, 1)", [] { return GammaRegularized(0, 1); }, ThrowRow::kDomain,
+         "gamma_p"},
+        {"GammaRegularized(-1, 1)", [] { return GammaRegularized(-1, 1); }, ThrowRow::kDomain,
+         "gamma_p"},
+        {"GammaRegularized(1, -1)", [] { return GammaRegularized(1, -1); }, ThrowRow::kDomain,
+         "gamma_p"},
+        {"GammaRegularizedC(0, 1)", [] { return GammaRegularizedC(0, 1); }, ThrowRow::kDomain,
+         "incomplete gamma"},
+        {"GammaRegularizedC(1, -1)", [] { return GammaRegularizedC(1, -1); }, ThrowRow::kDomain,
+         "incomplete gamma"},
+        {"GammaDerivative(0, 1)", [] { return GammaDerivative(0, 1); }, ThrowRow::kDomain,
+         "gamma_p_derivative"},
+        {"GammaDerivative(1, -1)", [] { return GammaDerivative(1, -1); }, ThrowRow::kDomain,
+         "gamma_p_derivative"},
+        // x^(a-1) e^-x / Gamma(a) is infinite at x = 0 for a < 1, and beyond the
+        // largest double just above it.
+        {"GammaDerivative(0.5, 0)", [] { return GammaDerivative(0.5, 0); }, ThrowRow::kOverflow,
+         "gamma_p_derivative"},
+        {"GammaDerivative(0.01, 5e-324)", [] { return GammaDerivative(0.01, 5e-324); },
+         ThrowRow::kOverflow, "gamma_p_derivative"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.call);
+        errno = kSentinel;
+        try {
+            row.f();
+            ADD_FAILURE() << "returned instead of throwing";
+        } catch (const std::domain_error& e) {
+            EXPECT_EQ(row.type, ThrowRow::kDomain) << e.what();
+            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
+        } catch (const std::overflow_error& e) {
+            EXPECT_EQ(row.type, ThrowRow::kOverflow) << e.what();
+            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
+        }
+    }
+}
+
+TEST(GammaContract, ErrnoExportsNeverThrow)
+{
+    const double specials[] = {kNaN, kInf, -kInf, 0.0, -0.0, 1e-320, -1.0, 0.5, 1.0, 2.0, 1e308};
+    for (double a : specials)
+        for (double x : specials) {
+            SCOPED_TRACE(testing::Message() << a << " " << x);
+            EXPECT_NO_THROW(Gamma(a) + IncompleteGammaLower(a, x) + IncompleteGammaUpper(a, x) +
+                            InverseGammaRegularized(a, x) + InverseGammaRegularizedC(a, x));
+        }
+}
+
+}  // namespace

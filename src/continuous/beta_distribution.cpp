@@ -7,12 +7,14 @@
 
 #include <boost/math/special_functions/beta.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 
 // a before b; '&&' on purpose: errno is set once, by the first parameter found
 // invalid.
@@ -29,7 +31,8 @@ bool check_parameters(double a, double b)
 extern "C" double BetaPDF(double x, double a, double b)
 {
     if (!check_parameters(a, b) || x < 0 || x > 1 || std::isnan(x)) return domain_nan();
-    return guard_overflow(boost::math::ibeta_derivative(a, b, x, pol::Errno()));
+    return guard_overflow(
+        evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
 }
 
 extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
@@ -38,8 +41,10 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
     const bool up = is_upper_tail(upper);
     if (x == 0) return up ? 1.0 : 0.0;
     if (x == 1) return up ? 0.0 : 1.0;
-    const double r = up ? boost::math::ibetac(a, b, x, pol::Errno())
-                        : boost::math::ibeta(a, b, x, pol::Errno());
+    const double r = evaluate([&] {
+        return up ? boost::math::ibetac(a, b, x, pol::Errno())
+                  : boost::math::ibeta(a, b, x, pol::Errno());
+    });
     return guard_overflow(r);
 }
 
@@ -50,9 +55,10 @@ extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
         if (p == 0) return 0.0;
         if (p == 1) return 1.0;
         // ibeta_inv pairs p with its complement 1 - p.
-        return guard_overflow(boost::math::ibeta_inv(a, b, p, pol::Errno()));
+        return guard_overflow(
+            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }));
     }
     if (p == 1) return 0.0;
     if (p == 0) return 1.0;
-    return boost::math::ibetac_inv(a, b, p, pol::Errno());
+    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); });
 }

@@ -8,12 +8,14 @@
 
 #include <boost/math/special_functions/gamma.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 
 // The density at x = 0 depends on the shape df/2: unbounded below df = 2,
 // exactly 1/2 at df = 2, zero above.
@@ -32,7 +34,8 @@ extern "C" double ChiSquaredPDF(double x, double df)
         }
         return df == kExponentialDf ? kDensityAtZeroDf2 : 0.0;
     }
-    const double r = guard_overflow(boost::math::gamma_p_derivative(df / 2, x / 2, pol::Errno()));
+    const double r = guard_overflow(
+        evaluate([&] { return boost::math::gamma_p_derivative(df / 2, x / 2, pol::Errno()); }));
     return r * 0.5;
 }
 
@@ -40,8 +43,10 @@ extern "C" double ChiSquaredPDF(double x, double df)
 extern "C" double ChiSquaredCDF(double x, double df, unsigned char upper)
 {
     if (!check_positive_finite(df) || x < 0 || !std::isfinite(x)) return domain_nan();
-    const double r = is_upper_tail(upper) ? boost::math::gamma_q(df / 2, x / 2, pol::Errno())
-                                          : boost::math::gamma_p(df / 2, x / 2, pol::Errno());
+    const double r = evaluate([&] {
+        return is_upper_tail(upper) ? boost::math::gamma_q(df / 2, x / 2, pol::Errno())
+                                    : boost::math::gamma_p(df / 2, x / 2, pol::Errno());
+    });
     return guard_overflow(r);
 }
 
@@ -51,7 +56,9 @@ extern "C" double ChiSquaredCDF(double x, double df, unsigned char upper)
 extern "C" double ChiSquaredICDF(double p, double df, unsigned char upper)
 {
     if (!check_positive_finite(df) || std::isnan(p)) return domain_nan();
-    const double z = is_upper_tail(upper) ? boost::math::gamma_q_inv(df / 2, p, pol::Errno())
-                                          : boost::math::gamma_p_inv(df / 2, p, pol::Errno());
+    const double z = evaluate([&] {
+        return is_upper_tail(upper) ? boost::math::gamma_q_inv(df / 2, p, pol::Errno())
+                                    : boost::math::gamma_p_inv(df / 2, p, pol::Errno());
+    });
     return guard_overflow(2 * z);
 }

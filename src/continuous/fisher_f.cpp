@@ -9,12 +9,14 @@
 
 #include <boost/math/special_functions/beta.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 
 // The density at x = 0 depends on df1: unbounded below 2, 1 at 2, 0 above.
 constexpr double kExponentialDf1 = 2.0;
@@ -38,12 +40,12 @@ extern "C" double FisherFPDF(double x, double df1, double df2)
     const double v = df1 * x;
     const double s = v + df2;
     if (v > df2) {
-        const double d = guard_overflow(
-            boost::math::ibeta_derivative(df2 / 2, df1 / 2, df2 / s, pol::Errno()));
+        const double d = guard_overflow(evaluate(
+            [&] { return boost::math::ibeta_derivative(df2 / 2, df1 / 2, df2 / s, pol::Errno()); }));
         return df1 * df2 / (s * s) * d;
     }
-    const double d =
-        guard_overflow(boost::math::ibeta_derivative(df1 / 2, df2 / 2, v / s, pol::Errno()));
+    const double d = guard_overflow(evaluate(
+        [&] { return boost::math::ibeta_derivative(df1 / 2, df2 / 2, v / s, pol::Errno()); }));
     return (s * df1 - x * df1 * df1) / (s * s) * d;
 }
 
@@ -57,15 +59,16 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
     if (!ok || x < 0 || !std::isfinite(x)) return domain_nan();
     const double v = df1 * x;
     const double s = v + df2;
-    double r;
-    if (v > df2) {
-        // F is large: the tail of the beta variable df2/s near 0.
-        r = is_upper_tail(upper) ? boost::math::ibeta(df2 / 2, df1 / 2, df2 / s, pol::Errno())
-                                 : boost::math::ibetac(df2 / 2, df1 / 2, df2 / s, pol::Errno());
-    } else {
-        r = is_upper_tail(upper) ? boost::math::ibetac(df1 / 2, df2 / 2, v / s, pol::Errno())
-                                 : boost::math::ibeta(df1 / 2, df2 / 2, v / s, pol::Errno());
-    }
+    const bool up = is_upper_tail(upper);
+    const double r = evaluate([&] {
+        if (v > df2) {
+            // F is large: the tail of the beta variable df2/s near 0.
+            return up ? boost::math::ibeta(df2 / 2, df1 / 2, df2 / s, pol::Errno())
+                      : boost::math::ibetac(df2 / 2, df1 / 2, df2 / s, pol::Errno());
+        }
+        return up ? boost::math::ibetac(df1 / 2, df2 / 2, v / s, pol::Errno())
+                  : boost::math::ibeta(df1 / 2, df2 / 2, v / s, pol::Errno());
+    });
     return guard_overflow(r);
 }
 
@@ -82,11 +85,12 @@ extern "C" double FisherFICDF(double p, double df1, double df2, unsigned char up
     double x, y = quiet_nan();
     if (!is_upper_tail(upper)) {
         if (a <= 0 || b <= 0 || p < 0 || p > 1) return domain_nan();
-        x = guard_overflow(boost::math::ibeta_inv(a, b, p, &y, pol::Errno()));
+        x = guard_overflow(
+            evaluate([&] { return boost::math::ibeta_inv(a, b, p, &y, pol::Errno()); }));
         y = guard_overflow(y);
     } else {
         // The inverse refuses a p outside [0, 1] itself (NaN, EDOM).
-        x = boost::math::ibetac_inv(a, b, p, &y, pol::Errno());
+        x = evaluate([&] { return boost::math::ibetac_inv(a, b, p, &y, pol::Errno()); });
     }
     return x * df2 / (y * df1);
 }

@@ -7,12 +7,14 @@
 
 #include <boost/math/special_functions/gamma.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 
 // Scale before shape; '&&' on purpose: errno is set once, by the first
 // parameter found invalid.
@@ -29,8 +31,8 @@ extern "C" double GammaPDF(double x, double shape, double scale)
     // Deliberate: 0 at x = 0 for every shape, also where the density is
     // unbounded (shape < 1) or equal to 1/scale (shape = 1).
     if (x == 0) return 0.0;
-    const double r =
-        guard_overflow(boost::math::gamma_p_derivative(shape, x / scale, pol::Errno()));
+    const double r = guard_overflow(
+        evaluate([&] { return boost::math::gamma_p_derivative(shape, x / scale, pol::Errno()); }));
     return r / scale;
 }
 
@@ -39,8 +41,10 @@ extern "C" double GammaCDF(double x, double shape, double scale, unsigned char u
 {
     if (!check_parameters(shape, scale) || x < 0 || !std::isfinite(x)) return domain_nan();
     const double z = x / scale;
-    const double r = is_upper_tail(upper) ? boost::math::gamma_q(shape, z, pol::Errno())
-                                          : boost::math::gamma_p(shape, z, pol::Errno());
+    const double r = evaluate([&] {
+        return is_upper_tail(upper) ? boost::math::gamma_q(shape, z, pol::Errno())
+                                    : boost::math::gamma_p(shape, z, pol::Errno());
+    });
     return guard_overflow(r);
 }
 
@@ -52,11 +56,13 @@ extern "C" double GammaICDF(double p, double shape, double scale, unsigned char 
             errno = ERANGE;
             return kInf;
         }
-        return guard_overflow(boost::math::gamma_p_inv(shape, p, pol::Errno()) * scale);
+        return guard_overflow(
+            evaluate([&] { return boost::math::gamma_p_inv(shape, p, pol::Errno()); }) * scale);
     }
     if (p == 0) {
         errno = ERANGE;
         return kInf;
     }
-    return guard_overflow(boost::math::gamma_q_inv(shape, p, pol::Errno()) * scale);
+    return guard_overflow(
+        evaluate([&] { return boost::math::gamma_q_inv(shape, p, pol::Errno()); }) * scale);
 }

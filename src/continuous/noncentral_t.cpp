@@ -16,12 +16,14 @@
 
 #include <boost/math/distributions/non_central_t.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 using NoncentralT = boost::math::non_central_t_distribution<double, pol::Errno>;
 
 // Boost starts its Poisson-weighted series at the int k = trunc(delta^2 / 2)
@@ -46,7 +48,7 @@ extern "C" double NoncentralTPDF(double x, double df, double delta)
     if (!check_parameters(df, delta)) return quiet_nan();
     if (!series_can_start(delta)) return domain_nan();
     // A non-finite x is refused by the distribution (NaN, EDOM).
-    return boost::math::pdf(NoncentralT(df, delta), x);
+    return evaluate([&] { return boost::math::pdf(NoncentralT(df, delta), x); });
 }
 
 // x = +-inf is refused (NaN, EDOM) rather than mapped to 0 or 1; deliberate.
@@ -56,8 +58,10 @@ extern "C" double NoncentralTCDF(double x, double df, double delta, unsigned cha
     if (delta == 0) return StudentTCDF(x, df, upper);
     if (!series_can_start(delta)) return domain_nan();
     const NoncentralT dist(df, delta);
-    const double r = is_upper_tail(upper) ? boost::math::cdf(boost::math::complement(dist, x))
-                                          : boost::math::cdf(dist, x);
+    const double r = evaluate([&] {
+        return is_upper_tail(upper) ? boost::math::cdf(boost::math::complement(dist, x))
+                                    : boost::math::cdf(dist, x);
+    });
     return guard_overflow(r);
 }
 
@@ -70,6 +74,8 @@ extern "C" double NoncentralTICDF(double p, double df, double delta, unsigned ch
     if (!check_parameters(df, delta)) return quiet_nan();
     if (!series_can_start(delta)) return domain_nan();
     const NoncentralT dist(df, delta);
-    return is_upper_tail(upper) ? boost::math::quantile(boost::math::complement(dist, p))
-                                : boost::math::quantile(dist, p);
+    return evaluate([&] {
+        return is_upper_tail(upper) ? boost::math::quantile(boost::math::complement(dist, p))
+                                    : boost::math::quantile(dist, p);
+    });
 }

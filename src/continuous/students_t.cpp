@@ -9,12 +9,14 @@
 
 #include <boost/math/distributions/students_t.hpp>
 
+#include "continuous/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
+using kcm::continuous::evaluate;
 using StudentT = boost::math::students_t_distribution<double, pol::Errno>;
 
 }  // namespace
@@ -25,13 +27,14 @@ using StudentT = boost::math::students_t_distribution<double, pol::Errno>;
 extern "C" double StudentTPDF(double x, double df)
 {
     if (!check_positive_finite(df)) return quiet_nan();
-    return boost::math::pdf(StudentT(df), x);
+    return evaluate([&] { return boost::math::pdf(StudentT(df), x); });
 }
 
 extern "C" double StudentTCDF(double x, double df, unsigned char upper)
 {
     if (!check_positive_finite(df)) return quiet_nan();
-    return boost::math::cdf(StudentT(df), is_upper_tail(upper) ? -x : x);
+    const double t = is_upper_tail(upper) ? -x : x;
+    return evaluate([&] { return boost::math::cdf(StudentT(df), t); });
 }
 
 // p outside [0, 1] (or NaN) is refused by the quantile itself; p = 0 and 1
@@ -39,6 +42,6 @@ extern "C" double StudentTCDF(double x, double df, unsigned char upper)
 extern "C" double StudentTICDF(double p, double df, unsigned char upper)
 {
     if (!check_positive_finite(df)) return quiet_nan();
-    const double q = boost::math::quantile(StudentT(df), p);
+    const double q = evaluate([&] { return boost::math::quantile(StudentT(df), p); });
     return is_upper_tail(upper) ? -q : q;
 }

@@ -20,7 +20,7 @@ using kcm::continuous::evaluate;
 // The density at x = 0 depends on the shape df/2: unbounded below df = 2,
 // exactly 1/2 at df = 2, zero above.
 constexpr double kExponentialDf = 2.0;
-constexpr double kDensityAtZeroDf2 = 0.5;
+constexpr double kDensityAtZeroWhenDfIs2 = 0.5;
 
 }  // namespace
 
@@ -32,7 +32,7 @@ extern "C" double ChiSquaredPDF(double x, double df)
             errno = ERANGE;
             return kInf;
         }
-        return df == kExponentialDf ? kDensityAtZeroDf2 : 0.0;
+        return df == kExponentialDf ? kDensityAtZeroWhenDfIs2 : 0.0;
     }
     const double r = guard_overflow(
         evaluate([&] { return boost::math::gamma_p_derivative(df / 2, x / 2, pol::Errno()); }));

@@ -20,7 +20,7 @@ using kcm::continuous::evaluate;
 
 // The density at x = 0 depends on df1: unbounded below 2, 1 at 2, 0 above.
 constexpr double kExponentialDf1 = 2.0;
-constexpr double kDensityAtZeroDf2 = 1.0;
+constexpr double kDensityAtZeroWhenDf1Is2 = 1.0;
 
 bool check_df(double df) { return check_positive_finite(df); }
 
@@ -35,7 +35,7 @@ extern "C" double FisherFPDF(double x, double df1, double df2)
             errno = ERANGE;
             return kInf;
         }
-        return df1 == kExponentialDf1 ? kDensityAtZeroDf2 : 0.0;
+        return df1 == kExponentialDf1 ? kDensityAtZeroWhenDf1Is2 : 0.0;
     }
     const double v = df1 * x;
     const double s = v + df2;

@@ -140,6 +140,14 @@ inline Matrix block(const Matrix& a, int rows, int cols)
     return b;
 }
 
+inline Matrix transpose(const Matrix& a)
+{
+    Matrix t(a.cols, a.rows);
+    for (int j = 0; j < a.cols; ++j)
+        for (int i = 0; i < a.rows; ++i) t(j, i) = a(i, j);
+    return t;
+}
+
 inline std::vector<double> parse_list(const std::string& text)
 {
     std::istringstream in(text);

@@ -339,8 +339,8 @@ void dgelso(const MKL_INT* m, const MKL_INT* n, const MKL_INT* nrhs, double* a, 
 }  // namespace
 }  // namespace kcm::linalg
 
-// Honours every descriptor's offset. The column-order array is the host's
-// business only in LAPACK; here it is per call, all columns free.
+// Honours every descriptor's offset. The column-order array never reaches the
+// host: allocated per call with every column free, released before return.
 extern "C" int32_t OLS(double* a, const MatrixDescriptor* da, double* b, const MatrixDescriptor* db,
                        double* c, const MatrixDescriptor* dc, double* tau, double tol)
 {

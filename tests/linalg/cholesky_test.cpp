@@ -1,6 +1,8 @@
 // Cholesky, CholeskySolve, SolveTriangularSystem: scaled residuals on seeded
 // random matrices, and the behaviour table of the wrappers (option letters,
 // ignored offset and rows, INFO passed through).
+#include <dlfcn.h>
+
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -119,6 +121,20 @@ TEST(CholeskyBehaviour, IllegalArgumentsComeBackAsLapackInfo)
     db = *b.desc();
     db.ld = 2;  // LDB < N
     EXPECT_EQ(CholeskySolve(0, a.at00(), a.desc(), b.at00(), &db), -7);
+}
+
+// The test environment has called DisableMKLThreading. MKL is loaded with the
+// library, so its service functions can be looked up in the process.
+TEST(MklThreading, DisabledMeansOneThreadAndNoDynamicAdjustment)
+{
+    DisableMKLThreading();  // a second call is harmless
+    using Getter = int (*)();
+    const auto max_threads = reinterpret_cast<Getter>(dlsym(RTLD_DEFAULT, "MKL_Get_Max_Threads"));
+    const auto dynamic = reinterpret_cast<Getter>(dlsym(RTLD_DEFAULT, "MKL_Get_Dynamic"));
+    ASSERT_NE(max_threads, nullptr);
+    ASSERT_NE(dynamic, nullptr);
+    EXPECT_EQ(max_threads(), 1);
+    EXPECT_EQ(dynamic(), 0);
 }
 
 // ---- SolveTriangularSystem -------------------------------------------------

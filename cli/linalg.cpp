@@ -1,0 +1,305 @@
+// kcm commands: dense linear algebra.
+//
+// A matrix argument is either three words, `rows cols v1,v2,...` with the
+// values in column-major order, or one word naming a CSV file with one matrix
+// row per line ('#' lines are comments). Matrices are passed with offset 0 and
+// ld = rows. The command prints the status the export returned and every array
+// it wrote, each value to 17 significant digits.
+#include <fstream>
+#include <sstream>
+
+#include "command.hpp"
+#include "korvane/core_math.h"
+
+namespace kcm::cli {
+namespace {
+
+const char* const kFamily = "Linear algebra";
+
+struct Dense {
+    int32_t rows = 0, cols = 0;
+    std::vector<double> data;  // column-major, ld = rows
+    MatrixDescriptor desc;
+
+    Dense() = default;
+    Dense(int32_t m, int32_t n) : rows(m), cols(n), data(std::size_t(std::max(m, 1)) * std::max(n, 1)) {}
+    double* ptr() { return data.data(); }
+    MatrixDescriptor* d()
+    {
+        desc = {0, std::max(rows, 1), rows, cols};
+        return &desc;
+    }
+};
+
+bool is_integer(const std::string& word)
+{
+    try {
+        parse_int(word);
+        return true;
+    } catch (const std::invalid_argument&) {
+        return false;
+    }
+}
+
+Dense read_csv(const std::string& path)
+{
+    std::ifstream in(path);
+    if (!in) throw std::invalid_argument("cannot read matrix file " + path);
+    std::vector<std::vector<double>> rows;
+    for (std::string line; std::getline(in, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        rows.push_back(parse_doubles(line));
+        if (rows.back().size() != rows.front().size())
+            throw std::invalid_argument(path + ": rows of different lengths");
+    }
+    if (rows.empty()) throw std::invalid_argument(path + ": no matrix rows");
+    Dense a(static_cast<int32_t>(rows.size()), static_cast<int32_t>(rows.front().size()));
+    for (int32_t i = 0; i < a.rows; ++i)
+        for (int32_t j = 0; j < a.cols; ++j) a.data[std::size_t(j) * a.rows + i] = rows[i][j];
+    return a;
+}
+
+// Takes one matrix argument starting at words[pos] and advances pos.
+Dense take_matrix(const std::vector<std::string>& words, std::size_t& pos)
+{
+    if (pos >= words.size()) throw std::invalid_argument("missing matrix argument");
+    if (!is_integer(words[pos])) return read_csv(words[pos++]);
+    if (pos + 2 >= words.size()) throw std::invalid_argument("a matrix is: rows cols v1,v2,...");
+    const int32_t m = parse_int(words[pos]), n = parse_int(words[pos + 1]);
+    if (m < 1 || n < 1) throw std::invalid_argument("matrix dimensions must be positive");
+    Dense a(m, n);
+    const std::vector<double> v = parse_doubles(words[pos + 2]);
+    if (v.size() != std::size_t(m) * n)
+        throw std::invalid_argument("expected " + std::to_string(m * n) + " matrix values");
+    a.data = v;
+    pos += 3;
+    return a;
+}
+
+double take_double(const std::vector<std::string>& words, std::size_t& pos)
+{
+    if (pos >= words.size()) throw std::invalid_argument("missing number");
+    return parse_double(words[pos++]);
+}
+
+int32_t take_int(const std::vector<std::string>& words, std::size_t& pos)
+{
+    if (pos >= words.size()) throw std::invalid_argument("missing integer");
+    return parse_int(words[pos++]);
+}
+
+void expect_end(const std::vector<std::string>& words, std::size_t pos)
+{
+    if (pos != words.size()) throw std::invalid_argument("unexpected argument: " + words[pos]);
+}
+
+void print_status(const char* label, int32_t status) { std::printf("%s = %d\n", label, status); }
+
+// The leading rows x cols block, one matrix row per line.
+void print_matrix(const char* label, const double* data, int32_t ld, int32_t rows, int32_t cols)
+{
+    std::printf("%s (%d x %d) =\n", label, rows, cols);
+    for (int32_t i = 0; i < rows; ++i) {
+        std::printf(" ");
+        for (int32_t j = 0; j < cols; ++j) std::printf(" %.17g", data[std::size_t(j) * ld + i]);
+        std::printf("\n");
+    }
+}
+
+void print_vector(const char* label, const double* v, int32_t n)
+{
+    std::printf("%s =", label);
+    for (int32_t i = 0; i < n; ++i) std::printf(" %.17g", v[i]);
+    std::printf("\n");
+}
+
+void print_ints(const char* label, const int32_t* v, int32_t n)
+{
+    std::printf("%s =", label);
+    for (int32_t i = 0; i < n; ++i) std::printf(" %d", v[i]);
+    std::printf("\n");
+}
+
+using Words = std::vector<std::string>;
+
+void cholesky(const Words& w)
+{
+    std::size_t p = 0;
+    const int32_t upper = take_int(w, p);
+    Dense a = take_matrix(w, p);
+    expect_end(w, p);
+    print_status("Cholesky", Cholesky(upper, a.ptr(), a.d()));
+    print_matrix("A", a.ptr(), a.rows, a.rows, a.cols);
+}
+
+void cholesky_solve(const Words& w)
+{
+    std::size_t p = 0;
+    const int32_t upper = take_int(w, p);
+    Dense l = take_matrix(w, p), b = take_matrix(w, p);
+    expect_end(w, p);
+    print_status("CholeskySolve", CholeskySolve(upper, l.ptr(), l.d(), b.ptr(), b.d()));
+    print_matrix("X", b.ptr(), b.rows, b.rows, b.cols);
+}
+
+void triangular(const Words& w)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p);
+    const int32_t upper = take_int(w, p), transpose = take_int(w, p);
+    Dense b = take_matrix(w, p);
+    expect_end(w, p);
+    print_status("SolveTriangularSystem",
+                 SolveTriangularSystem(a.ptr(), a.d(), upper, transpose, b.ptr(), b.d()));
+    print_matrix("X", b.ptr(), b.rows, b.rows, b.cols);
+}
+
+void disable_threading(const Words& w)
+{
+    expect_end(w, 0);
+    DisableMKLThreading();
+    std::printf("DisableMKLThreading: MKL runs on one thread in this process\n");
+}
+
+void qr(const Words& w, bool pivoting)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p);
+    expect_end(w, p);
+    std::vector<double> tau(std::min(a.rows, a.cols));
+    std::vector<int32_t> jpvt(a.cols, 0);
+    if (pivoting) {
+        print_status("QRP", QRP(a.ptr(), a.d(), tau.data(), jpvt.data()));
+    } else {
+        print_status("QR", QR(a.ptr(), a.d(), tau.data()));
+    }
+    print_matrix("A (R and reflectors)", a.ptr(), a.rows, a.rows, a.cols);
+    print_vector("tau", tau.data(), int32_t(tau.size()));
+    if (pivoting) print_ints("jpvt", jpvt.data(), a.cols);
+}
+
+void qr_q(const Words& w)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p);
+    expect_end(w, p);
+    std::vector<double> tau(std::min(a.rows, a.cols));
+    print_status("QR", QR(a.ptr(), a.d(), tau.data()));
+    print_status("QR_Q", QR_Q(a.ptr(), a.d(), tau.data()));
+    print_matrix("Q", a.ptr(), a.rows, a.rows, a.cols);
+}
+
+void qr_qy(const Words& w)
+{
+    std::size_t p = 0;
+    const int32_t transpose = take_int(w, p);
+    Dense a = take_matrix(w, p), c = take_matrix(w, p);
+    expect_end(w, p);
+    std::vector<double> tau(std::min(a.rows, a.cols));
+    print_status("QR", QR(a.ptr(), a.d(), tau.data()));
+    print_status("QR_Qy", QR_Qy(a.ptr(), a.d(), transpose, tau.data(), c.ptr(), c.d()));
+    print_matrix(transpose ? "Q^T C" : "Q C", c.ptr(), c.rows, c.rows, c.cols);
+}
+
+void ls(const Words& w)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p), b = take_matrix(w, p);
+    expect_end(w, p);
+    // B needs max(rows, cols) rows for the minimum-norm solution of a wide A.
+    Dense x(std::max(a.rows, a.cols), b.cols);
+    for (int32_t j = 0; j < b.cols; ++j)
+        for (int32_t i = 0; i < b.rows; ++i) x.data[std::size_t(j) * x.rows + i] = b.data[std::size_t(j) * b.rows + i];
+    print_status("LS", LS(a.ptr(), a.d(), x.ptr(), x.d()));
+    print_matrix("X", x.ptr(), x.rows, a.cols, x.cols);
+}
+
+void ols(const Words& w)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p), b = take_matrix(w, p);
+    const double tol = take_double(w, p);
+    expect_end(w, p);
+    const Dense x = a, y = b;
+    Dense c(a.cols, b.cols);
+    std::vector<double> tau(std::min(a.rows, a.cols));
+    const int32_t status = OLS(a.ptr(), a.d(), b.ptr(), b.d(), c.ptr(), c.d(), tau.data(), tol);
+    print_status("OLS", status);
+    if (status != 0) return;  // a column number or an argument error: nothing solved
+    print_matrix("coefficients", c.ptr(), c.rows, c.rows, c.cols);
+    print_matrix("Q^T B", b.ptr(), b.rows, b.rows, b.cols);
+    // The residual sum of squares of the first response, from the rotated
+    // residuals and from Xb on the original data.
+    double rss = 0;
+    for (int32_t i = a.cols; i < b.rows; ++i) rss += b.data[i] * b.data[i];
+    print_value("rotated residual sum of squares", rss);
+    Dense x0 = x;
+    print_value("Xb", Xb(x0.ptr(), x0.d(), c.ptr(), y.data.data()));
+}
+
+void xb(const Words& w)
+{
+    std::size_t p = 0;
+    Dense x = take_matrix(w, p);
+    if (p + 2 != w.size()) throw std::invalid_argument("expected beta and y as lists");
+    const std::vector<double> beta = parse_doubles(w[p]), y = parse_doubles(w[p + 1]);
+    if (beta.size() != std::size_t(x.cols) || y.size() != std::size_t(x.rows))
+        throw std::invalid_argument("beta needs cols values and y rows values");
+    print_value("Xb", Xb(x.ptr(), x.d(), beta.data(), y.data()));
+}
+
+void eigen(const Words& w)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p);
+    expect_end(w, p);
+    const int32_t n = a.cols;
+    std::vector<double> values(n);
+    Dense z(n, n);
+    int32_t found = 0;
+    print_status("EigenSymmetric", EigenSymmetric(a.ptr(), a.d(), values.data(), &found, z.ptr(), z.d()));
+    print_status("m", found);
+    print_vector("w", values.data(), n);
+    print_matrix("Z", z.ptr(), n, n, n);
+}
+
+void svd(const Words& w, bool full)
+{
+    std::size_t p = 0;
+    Dense a = take_matrix(w, p);
+    expect_end(w, p);
+    const int32_t m = a.rows, n = a.cols, k = std::min(m, n);
+    std::vector<double> s(k);
+    Dense u(m, full ? m : k), vt(full ? n : k, n);
+    const int32_t info = full ? FullSVD(a.ptr(), a.d(), s.data(), u.ptr(), u.d(), vt.ptr(), vt.d())
+                              : ThinSVD(a.ptr(), a.d(), s.data(), u.ptr(), u.d(), vt.ptr(), vt.d());
+    print_status(full ? "FullSVD" : "ThinSVD", info);
+    print_vector("s", s.data(), k);
+    print_matrix("U", u.ptr(), u.rows, u.rows, u.cols);
+    print_matrix("VT", vt.ptr(), vt.rows, vt.rows, vt.cols);
+}
+
+Command make(std::string name, std::string usage, std::function<void(const Words&)> run)
+{
+    return Command{std::move(name), std::move(usage), kFamily, std::move(run)};
+}
+
+const CommandRegistrar linalg_commands({
+    make("Cholesky", "upper A   (a matrix: rows cols v1,v2,... column-major, or a CSV file)", cholesky),
+    make("CholeskySolve", "upper L B   (L: the factor from Cholesky)", cholesky_solve),
+    make("SolveTriangularSystem", "A upper transpose B", triangular),
+    make("DisableMKLThreading", "", disable_threading),
+    make("QR", "A", [](const Words& w) { qr(w, false); }),
+    make("QRP", "A   (all columns free)", [](const Words& w) { qr(w, true); }),
+    make("QR_Q", "A   (factored by QR first)", qr_q),
+    make("QR_Qy", "transpose A C   (A factored by QR first)", qr_qy),
+    make("LS", "A B", ls),
+    make("OLS", "A B tol", ols),
+    make("Xb", "X beta y   (beta, y: comma-separated lists)", xb),
+    make("EigenSymmetric", "A   (lower triangle read)", eigen),
+    make("FullSVD", "A", [](const Words& w) { svd(w, true); }),
+    make("ThinSVD", "A", [](const Words& w) { svd(w, false); }),
+});
+
+}  // namespace
+}  // namespace kcm::cli

@@ -15,6 +15,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <string>
 #include <type_traits>
 #include <typeinfo>
 
@@ -43,7 +44,13 @@ void record(CallStatus* st, const std::exception& e)
     int status = 0;
     std::unique_ptr<char, void (*)(void*)> name(
         abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status), std::free);
-    copy_text(st->type, sizeof st->type, status == 0 ? name.get() : typeid(e).name());
+    std::string type = status == 0 ? name.get() : typeid(e).name();
+    // Boost throws through boost::throw_exception, which wraps the exception
+    // in boost::wrapexcept<E> (derived from E): report E.
+    const std::string wrapper = "boost::wrapexcept<";
+    if (type.compare(0, wrapper.size(), wrapper) == 0 && type.back() == '>')
+        type = type.substr(wrapper.size(), type.size() - wrapper.size() - 1);
+    copy_text(st->type, sizeof st->type, type.c_str());
     copy_text(st->message, sizeof st->message, e.what());
     st->thrown = 1;
 }

@@ -47,7 +47,9 @@ def _shim_path():
 
 lib_path = _library_path()
 shim_path = _shim_path()
-lib = ctypes.CDLL(lib_path)
+# RTLD_GLOBAL: MKL loads its CPU-specific kernels at run time, and they resolve
+# symbols of MKL's core library, which must therefore be globally visible.
+lib = ctypes.CDLL(lib_path, mode=ctypes.RTLD_GLOBAL)
 shim = ctypes.CDLL(shim_path)
 
 

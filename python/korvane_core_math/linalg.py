@@ -18,8 +18,8 @@ from . import _native
 from .errors import LinAlgError
 
 
-def _fortran(a, ndmin=2):
-    arr = np.array(a, dtype=np.float64, order="F", copy=True, ndmin=ndmin)
+def _fortran(a):
+    arr = np.array(a, dtype=np.float64, order="F", copy=True)
     if arr.ndim == 1:
         arr = arr.reshape(-1, 1, order="F")
     if arr.ndim != 2:

@@ -19,8 +19,9 @@ def check_continuous(pdf, cdf, icdf, dist, x, rtol=1e-11, itol=1e-10):
     assert_allclose(pdf(x), dist.pdf(x), rtol=rtol)
     assert_allclose(cdf(x), dist.cdf(x), rtol=rtol)
     assert_allclose(cdf(x, upper=True), dist.sf(x), rtol=rtol)
-    assert_allclose(icdf(P), dist.ppf(P), rtol=itol)
-    assert_allclose(icdf(P, upper=True), dist.isf(P), rtol=itol)
+    # atol: a median of 0 that SciPy returns as a rounding residue
+    assert_allclose(icdf(P), dist.ppf(P), rtol=itol, atol=1e-15)
+    assert_allclose(icdf(P, upper=True), dist.isf(P), rtol=itol, atol=1e-15)
 
 
 @needs("StudentTPDF", "StudentTCDF", "StudentTICDF")
@@ -29,7 +30,8 @@ def test_student_t():
     check_continuous(lambda x: kcm.student_t_pdf(x, df),
                      lambda x, upper=False: kcm.student_t_cdf(x, df, upper=upper),
                      lambda p, upper=False: kcm.student_t_icdf(p, df, upper),
-                     stats.t(df), np.array([-4.0, -1.0, 0.0, 0.5, 3.0, 30.0]))
+                     stats.t(df), np.array([-4.0, -1.0, 0.0, 0.5, 3.0, 30.0]),
+                     itol=1e-9)  # SciPy and the library differ by ~2e-10 at fractional df
     with pytest.warns(kcm.DomainWarning):
         assert np.isnan(kcm.student_t_cdf(1.0, 0.0))
 

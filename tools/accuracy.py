@@ -10,8 +10,9 @@ corresponding number of correct significant digits.
 
     PYTHONPATH=python /usr/bin/python3 tools/accuracy.py [tests/data/*.csv]
 
-Tables of another shape are listed as skipped; rows whose export the library
-lacks, or that raise, are not counted.
+The tail flag is taken from an `upper` column where there is one. Tables of
+another shape are listed as skipped; rows whose export the library lacks, that
+take array arguments, or that raise, are not counted.
 """
 import csv
 import math
@@ -45,18 +46,22 @@ def measure(path):
         fn = _native.exports.get(name)
         if fn is None or name not in _native.PROTOTYPES:
             continue
-        nargs = len(_native.PROTOTYPES[name][1])
+        argtypes = _native.PROTOTYPES[name][1]
         try:
-            args = [float(row[c]) for c in arg_cols[:nargs]]
-            args = [int(a) if t in (_native.c_ubyte, _native.c_int32) else a
-                    for a, t in zip(args, _native.PROTOTYPES[name][1])]
+            # The tail flag comes from the `upper` column wherever the export
+            # takes it; the other arguments from the remaining columns in order.
+            values = iter(float(row[c]) for c in arg_cols if c != "upper")
+            args = []
+            for t in argtypes:
+                v = float(row["upper"]) if t is _native.c_ubyte and "upper" in row else next(values)
+                args.append(int(v) if t in (_native.c_ubyte, _native.c_int32) else v)
             status = _native.CallStatus()
             sig = "d_" + "".join({_native.c_double: "d", _native.c_ubyte: "b",
                                   _native.c_int32: "i"}[t] for t in _native.PROTOTYPES[name][1])
             got = _native.trampolines[sig](_native.address(name), status, *args)
             if status.thrown:
                 continue
-        except (KeyError, ValueError, TypeError):
+        except (KeyError, ValueError, TypeError, StopIteration):
             continue
         e = ulps(got, float(row["expected"]))
         n, w = worst.get(name, (0, 0.0))

@@ -101,7 +101,10 @@ void print_help()
     std::printf("usage: kcm <Export> <arguments...>\n"
                 "Evaluates one export of libKorvaneCoreMath and prints the value, the errno\n"
                 "it left, or the exception that escaped. Tail flags: 0 lower, nonzero upper.\n"
-                "Arrays are written as comma-separated lists, e.g. 0.7071,0.7071.\n");
+                "Arrays are written as comma-separated lists, e.g. 0.7071,0.7071;\n"
+                "matrices and streams as each command's usage line below shows.\n"
+                "Exit status: 0 value printed, 1 exception, 2 usage error.\n"
+                "Reference: docs/README.md in the source tree.\n");
     std::map<std::string, std::vector<const Command*>> by_family;
     for (const auto& c : registry()) by_family[c.family].push_back(&c);
     for (auto& [family, commands] : by_family) {

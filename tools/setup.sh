@@ -22,6 +22,7 @@ packages="build-essential cmake pkg-config ninja-build
   libboost-dev libmkl-dev liblbfgsb-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   r-mathlib
+  python3-numpy python3-scipy python3-pytest
   clang libclang-rt-14-dev valgrind binutils"
 
 missing=""

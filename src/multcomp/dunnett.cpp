@@ -44,7 +44,8 @@ double DunnettDistribution::ConditionalCDF(double q, double s)
             const double c = Scale[j];
             // Phi(c (d + z)) - Phi(-c (d - z)), formed from the two upper
             // tails in the order of the studentized range.
-            product *= (1 - normal_cdf(-c * (d + z))) - (1 - normal_cdf(c * (d - z)));
+            product *= normal_upper_by_subtraction(-c * (d + z)) -
+                       normal_upper_by_subtraction(c * (d - z));
         }
         sum += kHermiteWeight[i] * product;
     }

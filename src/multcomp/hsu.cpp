@@ -37,7 +37,7 @@ double HsuDistribution::ConditionalCDF(double q, double s)
     for (int i = 0; i < kRuleSize; ++i) {
         double product = 1;
         for (int32_t j = 0; j < K - 1; ++j)
-            product *= 1 - normal_cdf(-Scale[j] * (kSqrt2 * Lambda[j] * kHermiteNode[i] + d));
+            product *= normal_upper_by_subtraction(-Scale[j] * (kSqrt2 * Lambda[j] * kHermiteNode[i] + d));
         sum += kHermiteWeight[i] * product;
     }
     return sum / std::sqrt(kPi);

@@ -77,4 +77,20 @@ double student_t_quantile(double Df, double probability);
 // "Random variate x is %1%, but must be finite!").
 double normal_cdf(double x);
 
+// Beyond this argument Phi rounds to exactly 1 in double precision, and
+// below its negative 1 - Phi rounds to exactly 1: Phi(8.5) = 1 - 9.5e-18
+// (half an ulp below 1 is 5.6e-17, a margin of 5.8 that no error of the
+// erfc approximation comes near; Phi first rounds to 1 at 8.29).
+constexpr double kNormalSaturation = 8.5;
+
+// 1 - Phi(x) as the conditional probabilities form it, without evaluating
+// Phi where the result is known to the last bit: 0 from 8.5 on, 1 up to
+// -8.5. A NaN fails both tests and reaches Phi, which raises as before.
+inline double normal_upper_by_subtraction(double x)
+{
+    if (x >= kNormalSaturation) return 0.0;
+    if (x <= -kNormalSaturation) return 1.0;
+    return 1 - normal_cdf(x);
+}
+
 }  // namespace kcm::multcomp

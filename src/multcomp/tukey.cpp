@@ -56,7 +56,7 @@ const TukeyDistribution::Nodes& TukeyDistribution::nodes()
     nodes_.c = K > 0 ? Scale[0] : 1 / std::sqrt(1 - lambda * lambda);
     for (int i = 0; i < kRuleSize; ++i) {
         nodes_.z[i] = kSqrt2 * lambda * kHermiteNode[i];
-        nodes_.first[i] = 1 - normal_cdf(-nodes_.c * nodes_.z[i]);
+        nodes_.first[i] = normal_upper_by_subtraction(-nodes_.c * nodes_.z[i]);
     }
     nodes_ready_ = true;
     return nodes_;
@@ -69,8 +69,11 @@ double TukeyDistribution::ConditionalCDF(double q, double s)
     double sum = 0;
     for (int i = 0; i < kRuleSize; ++i) {
         // Phi(c z) - Phi(c (z - d)), formed from the two upper tails.
-        const double D = n.first[i] - (1 - normal_cdf(n.c * (d - n.z[i])));
-        const double P = K == 3 ? D * D : std::pow(D, static_cast<double>(K - 1));
+        const double D = n.first[i] - normal_upper_by_subtraction(n.c * (d - n.z[i]));
+        // D is never -0, and pow(+0, K - 1) is +0 for K >= 2: skip the call.
+        const double P = K == 3 ? D * D
+                         : D == 0 && K > 1 ? 0.0
+                                           : std::pow(D, static_cast<double>(K - 1));
         sum += kHermiteWeight[i] * P;
     }
     return K * sum / std::sqrt(kPi);

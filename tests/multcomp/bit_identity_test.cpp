@@ -2,8 +2,9 @@
 // cut points, lgamma(Df/2), the node positions and chi densities) and, for
 // the studentized range, the first normal probability at each Hermite node,
 // once per call instead of once per evaluation. That must not change a
-// single bit: here the straightforward evaluation, which recomputes all of it
-// at every CDF and every node, is written out and compared bit for bit.
+// single bit, and neither may skipping the normal probabilities that round to
+// exactly 0 or 1: here the straightforward evaluation, which recomputes all of
+// it at every CDF and every node, is written out and compared bit for bit.
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -150,6 +151,19 @@ double export_icdf(const Case& c, double p)
     case Kind::Hsu: return MCbICDF(p, c.K, c.Df, c.lambda.data(), 0);
     default: return MCcICDF(p, c.K, c.Df, c.lambda.data(), 0);
     }
+}
+
+TEST(MultcompBitIdentity, NormalProbabilitiesSaturateWhereTheShortcutAssumes)
+{
+    // The conditional probabilities skip Phi beyond |x| = 8.5, where 1 - Phi(x)
+    // is exactly 0 or 1; check that on a fine grid out to the far tail.
+    for (double x = 8.5; x < 40; x += 1.0 / 1024) {
+        ASSERT_EQ(1 - Phi(x), 0.0) << x;
+        ASSERT_EQ(1 - Phi(-x), 1.0) << -x;
+    }
+    EXPECT_EQ(1 - Phi(8.5), 0.0);
+    EXPECT_EQ(1 - Phi(-8.5), 1.0);
+    EXPECT_LT(Phi(8.2), 1.0);  // the margin is real: Phi first rounds to 1 near 8.29
 }
 
 TEST(MultcompBitIdentity, DistributionFunctionMatchesStraightforwardEvaluation)

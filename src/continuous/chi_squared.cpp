@@ -8,14 +8,13 @@
 
 #include <boost/math/special_functions/gamma.hpp>
 
-#include "continuous/evaluation.hpp"
+#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
-using kcm::continuous::evaluate;
 
 // The density at x = 0 depends on the shape df/2: unbounded below df = 2,
 // exactly 1/2 at df = 2, zero above.

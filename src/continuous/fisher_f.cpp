@@ -9,14 +9,13 @@
 
 #include <boost/math/special_functions/beta.hpp>
 
-#include "continuous/evaluation.hpp"
+#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
-using kcm::continuous::evaluate;
 
 // The density at x = 0 depends on df1: unbounded below 2, 1 at 2, 0 above.
 constexpr double kExponentialDf1 = 2.0;

@@ -7,14 +7,13 @@
 
 #include <boost/math/special_functions/gamma.hpp>
 
-#include "continuous/evaluation.hpp"
+#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
-using kcm::continuous::evaluate;
 
 // Scale before shape; '&&' on purpose: errno is set once, by the first
 // parameter found invalid.

@@ -16,14 +16,13 @@
 
 #include <boost/math/distributions/non_central_t.hpp>
 
-#include "continuous/evaluation.hpp"
+#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
-using kcm::continuous::evaluate;
 using NoncentralT = boost::math::non_central_t_distribution<double, pol::Errno>;
 
 // Boost starts its Poisson-weighted series at the int k = trunc(delta^2 / 2)

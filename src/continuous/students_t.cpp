@@ -9,14 +9,13 @@
 
 #include <boost/math/distributions/students_t.hpp>
 
-#include "continuous/evaluation.hpp"
+#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
 namespace {
 
 using namespace kcm;
-using kcm::continuous::evaluate;
 using StudentT = boost::math::students_t_distribution<double, pol::Errno>;
 
 }  // namespace

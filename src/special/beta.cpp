@@ -20,6 +20,7 @@
 #include <boost/math/special_functions/beta.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/evaluation.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -52,8 +53,10 @@ double require_x_in_domain(double x, const char* function)
 double inverse_ibeta(double a, double b, double p, bool upper, double* y)
 {
     if (std::isnan(p)) return domain_nan();
-    return upper ? boost::math::ibetac_inv(a, b, p, y, pol::Errno())
-                 : boost::math::ibeta_inv(a, b, p, y, pol::Errno());
+    return evaluate([&] {
+        return upper ? boost::math::ibetac_inv(a, b, p, y, pol::Errno())
+                     : boost::math::ibeta_inv(a, b, p, y, pol::Errno());
+    });
 }
 
 // The argument checks of the lower-tail inverse; NaN arguments pass them.
@@ -85,7 +88,7 @@ extern "C" double BetaRegularizedC(double a, double b, double x)
 // Infinite at x = 0 for a < 1 (and at x = 1 for b < 1): +inf with ERANGE.
 extern "C" double BetaDerivative(double a, double b, double x)
 {
-    return guard_overflow(boost::math::ibeta_derivative(a, b, x, pol::Errno()));
+    return guard_overflow(evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
 }
 
 extern "C" double InverseBetaRegularized(double a, double b, double p)

@@ -10,6 +10,7 @@
 #include <boost/math/special_functions/erf.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/evaluation.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -33,15 +34,15 @@ double inverse_erfc(double q)
     }
     // erfc_inv pairs (1 - c, c) with c = q, or c = 2 - q and a negative sign for
     // q > 1, so the small one of the pair keeps full precision.
-    return guard_overflow_signed(boost::math::erfc_inv(q, pol::Errno()));
+    return guard_overflow_signed(evaluate([&] { return boost::math::erfc_inv(q, pol::Errno()); }));
 }
 
 }  // namespace
 
 // A NaN goes through to the core and comes back as NaN; errno is not touched.
-extern "C" double Erf(double x) { return guard_overflow(boost::math::erf(x, pol::Errno())); }
+extern "C" double Erf(double x) { return guard_overflow(evaluate([&] { return boost::math::erf(x, pol::Errno()); })); }
 
-extern "C" double ErfC(double x) { return guard_overflow(boost::math::erfc(x, pol::Errno())); }
+extern "C" double ErfC(double x) { return guard_overflow(evaluate([&] { return boost::math::erfc(x, pol::Errno()); })); }
 
 extern "C" double InverseErf(double p)
 {
@@ -56,7 +57,7 @@ extern "C" double InverseErf(double p)
     }
     if (p == 0) return 0.0;
     // erf_inv works on |p| with the pair (|p|, 1 - |p|) and restores the sign.
-    return guard_overflow_signed(boost::math::erf_inv(p, pol::Errno()));
+    return guard_overflow_signed(evaluate([&] { return boost::math::erf_inv(p, pol::Errno()); }));
 }
 
 extern "C" double InverseErfC(double q) { return inverse_erfc(q); }
@@ -91,7 +92,7 @@ extern "C" double NormalCDF(double x, double mean, double sd, unsigned char uppe
     }
     // Both tails go through erfc, so a far tail is a small number rather than
     // the cancellation 1 - erf.
-    return guard_overflow(boost::math::erfc(z, pol::Errno())) * 0.5;
+    return guard_overflow(evaluate([&] { return boost::math::erfc(z, pol::Errno()); })) * 0.5;
 }
 
 extern "C" double NormalICDF(double p, double mean, double sd, unsigned char upper)

@@ -1,4 +1,4 @@
-// How the continuous distributions run a Boost evaluation.
+// How the errno-policy exports run a Boost evaluation.
 //
 // Under the errno policy Boost reports a domain error or a failed iteration as
 // EDOM and an overflow as ERANGE with an infinite result. The C library adds
@@ -14,7 +14,7 @@
 #include <cerrno>
 #include <cmath>
 
-namespace kcm::continuous {
+namespace kcm {
 
 template <typename F>
 double evaluate(F&& f)
@@ -28,4 +28,4 @@ double evaluate(F&& f)
     return r;
 }
 
-}  // namespace kcm::continuous
+}  // namespace kcm

@@ -101,15 +101,21 @@ double LnFactorial(int32_t k)
 // One evaluation's distribution: parameters, support and the caches of the
 // log-probability and of the normalising sum.
 struct FncUrn {
+    // n + m - N is formed in 64 bits: an inconsistent urn (n or m above N,
+    // a negative count) has an empty support, and nothing is tabulated.
     FncUrn(int32_t n_, int32_t m_, int32_t N_, double odds_, double accuracy_)
         : odds(odds_), log_odds(std::log(odds_)), accuracy(accuracy_), n(n_), m(m_), N(N_),
-          xmin(std::max(n_ + m_ - N_, 0)), xmax(std::min(n_, m_))
+          xmax(std::min(n_, m_))
     {
+        const int64_t lowest = std::max<int64_t>(int64_t(n_) + m_ - N_, 0);
+        empty = lowest > xmax;
+        xmin = empty ? xmax : int32_t(lowest);
     }
 
     double odds, log_odds, accuracy;
     int32_t n, m, N;
     int32_t xmin, xmax;
+    bool empty;  // no x satisfies the urn: xmin > xmax
     int32_t last_x = kNoLastX;
     double m_factorials = 0;  // ln(m!) + ln((N - m)!)
     double x_factorials = 0;  // the factorial part of last_x
@@ -157,7 +163,7 @@ double FncLogProbability(FncUrn& u, int32_t x)
 
 double FncProbability(FncUrn& u, int32_t x)
 {
-    if (x < u.xmin || x > u.xmax) return 0.0;
+    if (u.empty || x < u.xmin || x > u.xmax) return 0.0;
     if (u.n == 0) return 1.0;
     if (u.odds == 1) {
         const auto ln_choose = [](int32_t a, int32_t b) {
@@ -178,15 +184,16 @@ double FncProbability(FncUrn& u, int32_t x)
         u.scale = 0;
         u.scale = FncLogProbability(u, x1);
         double sum = 1;
+        // A NaN term (a negative odds ratio has no logarithm) ends a walk too.
         for (int32_t y = x1 - 1; y >= u.xmin; --y) {
             const double term = std::exp(FncLogProbability(u, y));
             sum += term;
-            if (term < threshold) break;
+            if (!(term >= threshold)) break;
         }
-        for (int32_t y = x1 + 1; y <= u.xmax; ++y) {
-            const double term = std::exp(FncLogProbability(u, y));
+        for (int32_t y = x1; y < u.xmax;) {  // y = x1 + 1 up to xmax
+            const double term = std::exp(FncLogProbability(u, ++y));
             sum += term;
-            if (term < threshold) break;
+            if (!(term >= threshold)) break;
         }
         u.reciprocal_sum = 1 / sum;
     }
@@ -294,15 +301,20 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
 // Deliberately never freed (kept as designed); tools/sanitizers/lsan.supp suppresses this allocation.
 __attribute__((noinline)) double* AllocateRetainedFncCdfTable(int32_t length)
 {
-    return static_cast<double*>(std::malloc(sizeof(double) * std::size_t(length)));
+    auto* table = static_cast<double*>(std::malloc(sizeof(double) * std::size_t(length)));
+    // Not a tail call: this frame must stay on the allocation's stack trace
+    // for the suppression to name it.
+    asm volatile("" : : "r"(table) : "memory");
+    return table;
 }
 
 // The table length the two table-based exports allocate: the length query,
 // and at least one entry so that a distribution narrower than one standard
-// deviation's rounding still gets its mode tabulated. NaN (w <= 0 with
-// n > N - m) becomes 0: no table.
+// deviation's rounding still gets its mode tabulated. An empty support, and
+// NaN (w <= 0 with n > N - m), become 0: no table.
 int32_t table_length(FncUrn& u, double cutoff)
 {
+    if (u.empty) return 0;
     const double wanted = FncMakeTable(u, nullptr, 0, nullptr, nullptr, cutoff);
     if (std::isnan(wanted)) return 0;
     return std::max(truncate_to_int(wanted), 1);
@@ -385,10 +397,11 @@ extern "C" void FNCHypergeometricMoments(int32_t n, int32_t m, int32_t N, double
         s2 += d2 * p;
         return p;
     };
-    for (int32_t x = xm; x <= u.xmax; ++x)
-        if (add(x) < kMomentsCutoff && x != xm) break;
+    // Each walk also ends at a NaN probability.
+    for (int64_t x = xm; x <= u.xmax; ++x)
+        if (!(add(int32_t(x)) >= kMomentsCutoff) && x != xm) break;
     for (int32_t x = xm; x > u.xmin;)  // x = xm - 1 down to xmin
-        if (add(--x) < kMomentsCutoff) break;
+        if (!(add(--x) >= kMomentsCutoff)) break;
     const double m1 = s1 / s0;
     *mean = xm + m1;
     *variance = std::max(s2 / s0 - m1 * m1, 0.0);

@@ -178,6 +178,35 @@ TEST(FncEdges, ZeroOddsAndWeightlessUrns)
     EXPECT_EQ(FNCHypergeometricCDF(30, 60, 30, 60, 3.0, 0, 1e-10), 1.0);
 }
 
+TEST(FncEdges, InconsistentUrnsHaveNoDistribution)
+{
+    // No x satisfies these urns (a sample or marked count above the urn size,
+    // a negative count, n + m - N beyond 32 bits): NaN, and nothing is read
+    // or written outside a table.
+    const int32_t kMax = std::numeric_limits<int32_t>::max();
+    const int32_t urns[][3] = {{5, 1, 3},  {2, 5, 3},         {-5, 3, 10},  {5, -3, 10},
+                               {2, 1, -1}, {kMax, kMax, 10},  {kMax, 3, -kMax}};
+    for (const auto& u : urns) {
+        SCOPED_TRACE(testing::Message() << u[0] << " " << u[1] << " " << u[2]);
+        for (const double odds : {1.0, 2.5}) {
+            EXPECT_TRUE(std::isnan(FNCHypergeometricCDF(1, u[0], u[1], u[2], odds, 0, 1e-10)));
+            EXPECT_TRUE(std::isnan(FNCHypergeometricICDF(0.5, u[0], u[1], u[2], odds, 1, 1e-10)));
+            double mean = 0, variance = 0;
+            FNCHypergeometricMoments(u[0], u[1], u[2], odds, &mean, &variance);
+            EXPECT_TRUE(std::isnan(mean));
+        }
+    }
+}
+
+TEST(FncEdges, NegativeOddsEndTheSummationAtOnce)
+{
+    // A negative odds ratio has no logarithm: every term is NaN, and the walks
+    // over a billion-item support stop at the first one instead of running on.
+    double mean = 0, variance = 0;
+    FNCHypergeometricMoments(1000000000, 1000000000, 2000000000, -1.0, &mean, &variance);
+    EXPECT_TRUE(std::isnan(mean));
+}
+
 TEST(FncEdges, ExtremeOddsKeepAtLeastTheMode)
 {
     // Odds so large that the approximate standard deviation rounds the table

@@ -406,6 +406,9 @@ double pelz_good_sum(int first, bool absolute, F f)
 
 double PelzGood(int n, double x)
 {
+    // The coefficients' factors of n are formed in double: 3240 n overflows an
+    // int from n = 662804.
+    const double dn = n;
     const double rn = std::sqrt(static_cast<double>(n));
     const double z = rn * x;
     const double z2 = z * z, z4 = z2 * z2, z6 = z4 * z2, z8 = z6 * z2;
@@ -428,13 +431,13 @@ double PelzGood(int n, double x)
         return (6 * z6 + 2 * z4 + kPi2 * (2 * z4 - 5 * z2) * u + kPi4 * (1 - 2 * z2) * u * u) *
                std::exp(-u * w);
     });
-    S += T * kSqrtHalfPi / (36 * n * z * z6);
+    S += T * kSqrtHalfPi / (36 * dn * z * z6);
 
     T = pelz_good_sum(1, false, [&](int i) {
         const double u = static_cast<double>(i) * i;
         return kPi2 * u * std::exp(-u * w);
     });
-    S -= T * kSqrtHalfPi / (18 * n * z * z2);
+    S -= T * kSqrtHalfPi / (18 * dn * z * z2);
 
     T = pelz_good_sum(0, true, [&](int i) {
         const double u = (i + 0.5) * (i + 0.5);
@@ -442,13 +445,13 @@ double PelzGood(int n, double x)
                 kPi4 * (212 * z4 - 60 * z2) * u * u + kPi6 * u * u * u * (5 - 30 * z2)) *
                std::exp(-u * w);
     });
-    S += T * kSqrtHalfPi / (3240 * n * rn * z4 * z6);
+    S += T * kSqrtHalfPi / (3240 * dn * rn * z4 * z6);
 
     T = pelz_good_sum(1, true, [&](int i) {
         const double u = static_cast<double>(i) * i;
         return (kThreePi2 * u * z2 - kPi4 * u * u) * std::exp(-u * w);
     });
-    S += T * kSqrtHalfPi / (108 * n * rn * z6);
+    S += T * kSqrtHalfPi / (108 * dn * rn * z6);
     return S;  // not clamped to [0, 1]
 }
 

@@ -8,7 +8,9 @@
 // uses the fixed shared workspace, so a problem needing more than 10,000
 // doubles fails with DGESDD's INFO = -12.
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "linalg/matrix.hpp"
 
@@ -37,6 +39,16 @@ T* aligned_array(MKL_INT count)
     return static_cast<T*>(mkl_malloc(n * sizeof(T), kAlignment));
 }
 
+// Whether the lower triangle of the n x n matrix a (leading dimension lda)
+// holds only finite numbers.
+bool lower_triangle_is_finite(const double* a, MKL_INT n, MKL_INT lda)
+{
+    for (MKL_INT j = 0; j < n; ++j)
+        for (MKL_INT i = j; i < n; ++i)
+            if (!std::isfinite(a[i + static_cast<std::size_t>(j) * lda])) return false;
+    return true;
+}
+
 }  // namespace
 
 // Reads only the lower triangle of A (order da->cols) and destroys it. The
@@ -62,11 +74,21 @@ extern "C" int32_t EigenSymmetric(double* a, const MatrixDescriptor* da, double*
         return info;
     }
 
+    // DSYEVR's eigenvector iteration never ends on a NaN or an infinity: such a
+    // matrix gets its eigenvalues only, and its eigenvectors are NaN.
+    bool vectors = z != nullptr;
+    if (vectors && !lower_triangle_is_finite(a, n, da->ld)) {
+        vectors = false;
+        for (MKL_INT j = 0; j < n; ++j)
+            std::fill_n(z + static_cast<std::size_t>(j) * dz->ld, n,
+                        std::numeric_limits<double>::quiet_NaN());
+    }
+
     const MKL_INT lwork = static_cast<MKL_INT>(work_size);
     const MKL_INT liwork = iwork_size;
     double* work = aligned_array<double>(lwork);
     MKL_INT* iwork = aligned_array<MKL_INT>(liwork);
-    dsyevr(z != nullptr ? kVectors : kValuesOnly, kAllEigenvalues, kLowerTriangle, &da->cols, a,
+    dsyevr(vectors ? kVectors : kValuesOnly, kAllEigenvalues, kLowerTriangle, &da->cols, a,
            &da->ld, &vl, &vu, &il, &iu, &kDefaultAbsTol, m, w, z, &dz->ld, isuppz, work, &lwork,
            iwork, &liwork, &info);
     mkl_free(work);

@@ -329,8 +329,10 @@ void dgelso(const MKL_INT* m, const MKL_INT* n, const MKL_INT* nrhs, double* a, 
     // always passes one response column and relies on this addressing.
     for (MKL_INT k = 1; k <= *nrhs; ++k) dcopy(n, &b[k - 1], &kIncOne, &c[k - 1], &kIncOne);
 
-    // C := R**(-1) * C.
-    dtrsm("Left", "Upper", "No transpose", "Non-unit", n, nrhs, &kOne, a, lda, c, ldc);
+    // C := R**(-1) * C. With fewer rows than columns there is no N-by-N
+    // triangle in the M-by-N array A (DORMQR has refused K = N > M): C keeps
+    // the copy.
+    if (*m >= *n) dtrsm("Left", "Upper", "No transpose", "Non-unit", n, nrhs, &kOne, a, lda, c, ldc);
 
     // DORMQR's INFO is not tested: it is what the routine returns.
     work[0] = lwkopt;

@@ -41,13 +41,16 @@ constexpr double kSqrt2 = 1.4142135623730951;
 
 MC::MC(int32_t K, double Df, const double* Lambda) : Lambda(Lambda), Scale(nullptr), K(K), Df(Df)
 {
-    // A negative K is widened as a signed value: array new then sees an
-    // impossible size and throws (std::bad_array_new_length, a bad_alloc).
-    Scale = new double[static_cast<std::ptrdiff_t>(K)];
+    // A negative K is widened as a signed value, an impossible size: the
+    // request becomes the largest size, which the allocator refuses with
+    // std::bad_alloc (a new-expression would raise its own length error).
+    const std::size_t bytes = K < 0 ? std::numeric_limits<std::size_t>::max()
+                                    : static_cast<std::size_t>(K) * sizeof(double);
+    Scale = static_cast<double*>(::operator new[](bytes));
     for (int32_t i = 0; i < K; ++i) Scale[i] = 1 / std::sqrt(1 - Lambda[i] * Lambda[i]);
 }
 
-MC::~MC() { delete[] Scale; }
+MC::~MC() { ::operator delete[](Scale); }
 
 const MC::OuterRule& MC::outer_rule()
 {

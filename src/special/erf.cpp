@@ -37,6 +37,15 @@ double inverse_erfc(double q)
     return guard_overflow_signed(evaluate([&] { return boost::math::erfc_inv(q, pol::Errno()); }));
 }
 
+// (x - mean) / (sd sqrt(2)); when x - mean and sd sqrt(2) both overflow,
+// from x and mean scaled by sd first.
+double standardize(double x, double mean, double sd)
+{
+    const double z = (x - mean) / (sd * kSqrt2);
+    if (std::isnan(z)) return (x / sd - mean / sd) / kSqrt2;
+    return z;
+}
+
 }  // namespace
 
 // A NaN goes through to the core and comes back as NaN; errno is not touched.
@@ -69,7 +78,18 @@ extern "C" double NormalPDF(double x, double mean, double sd)
     if (std::isinf(x)) return 0.0;  // even after a failed check
     if (!ok || std::isnan(x)) return domain_nan();
     const double z = x - mean;
-    return std::exp(-z * z / ((sd + sd) * sd)) / (std::sqrt(kTwoPi) * sd);
+    double exponent = -z * z / ((sd + sd) * sd);
+    if (std::isnan(exponent)) {
+        // z^2 and 2 sd^2 both overflowed or both underflowed: their ratio from
+        // z / sd, or from x / sd - mean / sd when x - mean itself overflowed.
+        const double u = std::isinf(z) ? x / sd - mean / sd : z / sd;
+        exponent = -0.5 * u * u;
+    }
+    // A subnormal sd puts the density at the mean beyond the double range; an
+    // sd near it, sqrt(2 pi) sd.
+    const double norm = std::sqrt(kTwoPi) * sd;
+    if (std::isinf(norm)) return std::exp(exponent) / sd / std::sqrt(kTwoPi);
+    return guard_overflow(std::exp(exponent) / norm);
 }
 
 extern "C" double NormalCDF(double x, double mean, double sd, unsigned char upper)
@@ -81,14 +101,14 @@ extern "C" double NormalCDF(double x, double mean, double sd, unsigned char uppe
         if (x == -kInf) return 0.0;
         if (x == kInf) return 1.0;
         if (std::isnan(x)) return domain_nan();
-        z = -((x - mean) / (sd * kSqrt2));
+        z = -standardize(x, mean, sd);
     } else {
         // Deliberate asymmetry: the upper tail settles an infinite x before it
         // consults the parameter checks, so a bad sd or mean still yields 0 or 1.
         if (x == -kInf) return 1.0;
         if (x == kInf) return 0.0;
         if (!ok || std::isnan(x)) return domain_nan();
-        z = (x - mean) / (sd * kSqrt2);
+        z = standardize(x, mean, sd);
     }
     // Both tails go through erfc, so a far tail is a small number rather than
     // the cancellation 1 - erf.
@@ -101,5 +121,8 @@ extern "C" double NormalICDF(double p, double mean, double sd, unsigned char upp
     if (!ok || !(p >= 0 && p <= 1)) return domain_nan();
     double v = inverse_erfc(2 * p);
     if (!is_upper_tail(upper)) v = -v;
-    return v * (sd * kSqrt2) + mean;
+    const double scale = sd * kSqrt2;
+    // Beyond the double range sd * sqrt(2) would make the median 0 * inf.
+    const double w = std::isinf(scale) ? v * sd * kSqrt2 : v * scale;
+    return guard_overflow_signed(w + mean);
 }

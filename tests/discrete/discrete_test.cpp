@@ -243,6 +243,17 @@ TEST(DiscreteIdentities, HypergeometricCountsAreTruncatedTo64ThenKept32Bits)
     EXPECT_EQ(HypergeometricCDF(0, -kInf, 10, 20, 0), 1.0);
 }
 
+TEST(DiscreteIdentities, HypergeometricSupportOfBillionCountUrns)
+{
+    // n + r - N = 1e9 for (r, n, N) = (1.5e9, 1.5e9, 2e9), though n + r itself
+    // is beyond the int range: x = 1e9 is the lowest count, 15000 standard
+    // deviations below the mean, and one count less is out of range.
+    EXPECT_EQ(HypergeometricCDF(1e9, 1.5e9, 1.5e9, 2e9, 0), 0.0);
+    EXPECT_EQ(HypergeometricCDF(1e9, 1.5e9, 1.5e9, 2e9, 1), 1.0);
+    EXPECT_THROW(HypergeometricPDF(1e9 - 1, 1.5e9, 1.5e9, 2e9), std::domain_error);
+    EXPECT_THROW(HypergeometricCDF(1e9 - 1, 1.5e9, 1.5e9, 2e9, 0), std::domain_error);
+}
+
 TEST(DiscreteIdentities, AnyNonzeroTailByteIsTheUpperTail)
 {
     for (unsigned char tail : {1, 2, 128, 255}) {

@@ -127,6 +127,26 @@ TEST(EigenBehaviour, ReadsOnlyTheLowerTriangleAndIgnoresOffsets)
     EXPECT_EQ(z.data, clean.z.data);
 }
 
+TEST(EigenBehaviour, NonFiniteEntriesGiveEigenvaluesOnlyAndNaNVectors)
+{
+    // The eigenvector iteration would never end on these; the call returns,
+    // the eigenvalues are whatever the value-only solver makes of the matrix,
+    // and every eigenvector entry is NaN.
+    for (const double bad : {NAN, INFINITY, -INFINITY}) {
+        SCOPED_TRACE(bad);
+        Matrix a = random_symmetric(5, 7300);
+        a(3, 1) = bad;
+        std::vector<double> w(5, 0.0);
+        Matrix z(5, 5, 6, 0, 1.0);
+        int32_t m = -1;
+        const int32_t info = EigenSymmetric(a.at00(), a.desc(), w.data(), &m, z.at00(), z.desc());
+        EXPECT_GE(info, 0);
+        for (int j = 0; j < 5; ++j)
+            for (int i = 0; i < 5; ++i) EXPECT_TRUE(std::isnan(z(i, j)));
+        EXPECT_EQ(z.data[5], 1.0) << "the spare row of the leading dimension is not written";
+    }
+}
+
 // ---- SVD -------------------------------------------------------------------
 
 struct Svd {

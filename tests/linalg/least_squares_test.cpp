@@ -280,14 +280,19 @@ TEST(OlsResult, WideDesignReturnsDormqrStatus)
 {
     // m < n: the ordered QR factors m columns, then DORMQR is asked for K = n
     // reflectors, more than the m it can apply, and rejects K (its -5). The
-    // copy and the triangular solve still run; their status is not the result.
+    // copy still runs; the triangular solve does not, as the 2 x 3 array holds
+    // no 3 x 3 triangle (it would read beyond the matrix).
     Matrix x = random_matrix(2, 3, 6700, 3), y = random_matrix(2, 1, 6701, 3);
+    x.data.resize(x.ld * 2 + 2);  // exactly the 2 x 3 matrix: the last column ends at row 2
     testing::internal::CaptureStdout();
     const OlsRun r = run_ols(x, y, 1e-7, 3);
     std::fflush(stdout);
     const std::string out = testing::internal::GetCapturedStdout();
     EXPECT_EQ(r.status, -5);
     EXPECT_NE(out.find("DORMQR"), std::string::npos) << out;
+    // C is the copy of B's first 3 rows, the NaN padding of its leading dimension included.
+    EXPECT_TRUE(same_bits(std::vector<double>(r.c.data.begin(), r.c.data.begin() + 3),
+                          std::vector<double>(r.b.data.begin(), r.b.data.begin() + 3)));
 }
 
 // Each bad argument: the status, and the routine name the LAPACK error

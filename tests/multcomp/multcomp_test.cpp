@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -393,8 +394,11 @@ TEST(MultcompContract, BadInputRaises)
         try {
             const double v = row.f();
             ADD_FAILURE() << "returned " << v << " instead of raising";
-        } catch (const std::bad_alloc&) {
+        } catch (const std::bad_alloc& e) {
             EXPECT_EQ(row.kind, ThrowRow::BadAlloc);
+            // The allocator's own exception, not a subclass such as a
+            // new-expression's std::bad_array_new_length.
+            EXPECT_TRUE(typeid(e) == typeid(std::bad_alloc)) << typeid(e).name();
         } catch (const std::overflow_error& e) {
             EXPECT_EQ(row.kind, ThrowRow::Overflow) << e.what();
             EXPECT_NE(std::string(e.what()).find(row.where), std::string::npos) << e.what();

@@ -184,6 +184,32 @@ TEST(ErfNormalContract, BadInputGetsTheDefinedAnswer)
     }
 }
 
+TEST(ErfNormalContract, ExtremeScalesKeepTheirLimits)
+{
+    // Scales where (x - mean)^2 and 2 sd^2 both overflow or both underflow,
+    // or sd sqrt(2) overflows: the values still follow from z / sd (SciPy's
+    // norm.pdf, norm.cdf and norm.ppf at the standardised point), and only a
+    // result beyond the double range reports ERANGE.
+    const ContractRow rows[] = {
+        {"NormalPDF(0, 0, 1e-170)", [] { return NormalPDF(0, 0, 1e-170); }, 3.989422804014328e169, kKeep},
+        {"NormalPDF(1e-171, 0, 1e-170)", [] { return NormalPDF(1e-171, 0, 1e-170); }, 3.969525474770119e169, kKeep},
+        {"NormalPDF(1e308, -1e308, 1e308)", [] { return NormalPDF(1e308, -1e308, 1e308); }, 5.3990966513188e-310, kKeep},
+        {"NormalPDF(0, 0, 1e-310)", [] { return NormalPDF(0, 0, 1e-310); }, kInf, ERANGE},
+        {"NormalCDF(1e308, -1e308, 1.5e308, 0)", [] { return NormalCDF(1e308, -1e308, 1.5e308, 0); }, 0.9087887802741321, kKeep},
+        {"NormalCDF(1e308, -1e308, 1.5e308, 1)", [] { return NormalCDF(1e308, -1e308, 1.5e308, 1); }, 0.09121121972586788, kKeep},
+        {"NormalICDF(0.5, 3, 1.5e308, 0)", [] { return NormalICDF(0.5, 3, 1.5e308, 0); }, 3.0, kKeep},
+        {"NormalICDF(0.6, 0, 1.5e308, 0)", [] { return NormalICDF(0.6, 0, 1.5e308, 0); }, 3.8002065470369957e307, kKeep},
+        {"NormalICDF(0.999, 0, 1e308, 0)", [] { return NormalICDF(0.999, 0, 1e308, 0); }, kInf, ERANGE},
+        {"NormalICDF(0.999, 0, 1e308, 1)", [] { return NormalICDF(0.999, 0, 1e308, 1); }, -kInf, ERANGE},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.call);
+        const auto [value, err] = with_errno(row.f, kSentinel);
+        EXPECT_REL_NEAR(value, row.expected, 1e-12);
+        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
+    }
+}
+
 TEST(ErfNormalContract, NothingThrowsForAnyDouble)
 {
     const double specials[] = {kNaN, kInf, -kInf, 0.0, -0.0, 1e-320, -1e308, 1e308, 2.0, -1.0};

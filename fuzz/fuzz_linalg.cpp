@@ -37,9 +37,7 @@ int64_t Pos(int32_t v) { return v > 0 ? v : 0; }
 
 template <class F>
 void Call(const char* name, const Decoder& d, F&& f) {
-    errno = 0;
     Guard(name, d, kNoThrow, f);
-    if (errno != 0) Fail(name, d, "errno set by a linear-algebra export");
 }
 
 void Run(Decoder& d) {

@@ -55,7 +55,7 @@ void Paired(const char* name, Decoder& d, F&& f) {
 template <class F>
 void MultipleComparison(const char* name, Decoder& d, F&& f, int32_t at_least = 0) {
     const double q = d.real();
-    const int32_t k = d.integer_in(0, kMaxGroups);
+    const int32_t k = d.integer_in(-3, kMaxGroups);
     const double df = d.real();
     const unsigned char upper = d.byte();
     const int32_t length = std::max(k, at_least);

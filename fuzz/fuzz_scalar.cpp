@@ -228,7 +228,7 @@ const Entry kEntries[] = {
     }},
     {"FisherFICDF", [](Decoder& d) {
         const double a0 = d.real(); const double a1 = d.real(); const double a2 = d.real(); const unsigned char a3 = d.byte();
-        Scalar("FisherFICDF", d, Errno::kPolicy, kNoThrow, std::isnan(a0) || std::isnan(a1) || std::isnan(a2),
+        Scalar("FisherFICDF", d, Errno::kPolicyInf, kNoThrow, std::isnan(a0) || std::isnan(a1) || std::isnan(a2),
                [&] { return FisherFICDF(a0, a1, a2, a3); });
     }},
     {"GammaPDF", [](Decoder& d) {
@@ -373,6 +373,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     // Several calls per input, so that a call may follow any other.
     for (int calls = 0; calls < 4 && !d.empty(); ++calls) {
         const Entry& e = kEntries[d.byte() % (sizeof kEntries / sizeof kEntries[0])];
+        d.new_call();
         e.run(d);
     }
     return 0;

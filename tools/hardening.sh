@@ -67,19 +67,25 @@ if [ "$quick" = 0 ]; then
     [ -d "$root/build" ] || "$root/tools/build.sh"
     cmake --build "$root/build" -j "$jobs"
     t0=$(now)
+    # memcheck's verdict is its exit status 99. valgrind computes x87 80-bit
+    # arithmetic in 64 bits, so assertions on long-double accuracy may fail
+    # under it (exit status 1): reported, not counted against memcheck.
     for program in "$root"/build/tests/test_*; do
         [ -x "$program" ] || continue
         name=$(basename "$program")
+        log=$root/build/$name.valgrind.log
         s0=$(now)
+        status=0
         valgrind --quiet --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite \
             --show-leak-kinds=definite --track-origins=yes \
-            --suppressions="$supp/valgrind.supp" "$program" >"$root/build/$name.valgrind.log" 2>&1 || {
-            status=$?
-            tail -n 60 "$root/build/$name.valgrind.log"
-            echo "valgrind: $name failed (exit $status), log in build/$name.valgrind.log" >&2
-            exit 1
-        }
-        echo "valgrind: $name clean in $(($(now) - s0)) s"
+            --suppressions="$supp/valgrind.supp" "$program" >"$log" 2>&1 || status=$?
+        case $status in
+            0) echo "valgrind: $name clean in $(($(now) - s0)) s" ;;
+            1) echo "valgrind: $name clean in $(($(now) - s0)) s (assertions differing under valgrind's 64-bit x87: $(grep -c '^\[  FAILED  \]' "$log"))" ;;
+            *) tail -n 60 "$log"
+               echo "valgrind: $name failed (exit status $status), log in $log" >&2
+               exit 1 ;;
+        esac
     done
     note "valgrind memcheck: every test program clean in $(($(now) - t0)) s"
 fi

@@ -9,10 +9,19 @@
 // it. A result of 0 keeps its ERANGE: it is either an underflow of the result
 // itself or Boost's overflow of a denominator (the t density divides by an
 // infinite beta function for a tiny df).
+//
+// Boost's Newton and Halley iterations (boost::math::tools, under the inverse
+// incomplete beta and gamma functions) report a bracket in the wrong order or
+// a search with no root in sight through the default, throwing policy,
+// whatever policy the caller passed: boost::math::evaluation_error. Under the
+// errno policy a failed iteration is EDOM and NaN, so that is what it becomes.
 #pragma once
 
 #include <cerrno>
 #include <cmath>
+#include <limits>
+
+#include <boost/math/policies/error_handling.hpp>
 
 namespace kcm {
 
@@ -21,7 +30,13 @@ double evaluate(F&& f)
 {
     const int saved = errno;
     errno = 0;
-    const double r = f();
+    double r;
+    try {
+        r = f();
+    } catch (const boost::math::evaluation_error&) {
+        errno = EDOM;
+        return std::numeric_limits<double>::quiet_NaN();
+    }
     const int reported = errno;
     if (reported == EDOM || (reported == ERANGE && (std::isinf(r) || r == 0))) return r;
     errno = saved;  // nothing, or only an underflow of the C library

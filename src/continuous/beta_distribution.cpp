@@ -31,7 +31,7 @@ extern "C" double BetaPDF(double x, double a, double b)
 {
     if (!check_parameters(a, b) || x < 0 || x > 1 || std::isnan(x)) return domain_nan();
     return guard_overflow(
-        evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
+        evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }, a, b, x));
 }
 
 extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
@@ -43,7 +43,7 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
     const double r = evaluate([&] {
         return up ? boost::math::ibetac(a, b, x, pol::Errno())
                   : boost::math::ibeta(a, b, x, pol::Errno());
-    });
+    }, a, b, x);
     return guard_overflow(r);
 }
 
@@ -55,9 +55,9 @@ extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
         if (p == 1) return 1.0;
         // ibeta_inv pairs p with its complement 1 - p.
         return guard_overflow(
-            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }));
+            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }, a, b, p));
     }
     if (p == 1) return 0.0;
     if (p == 0) return 1.0;
-    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); });
+    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); }, a, b, p);
 }

@@ -56,7 +56,7 @@ double inverse_ibeta(double a, double b, double p, bool upper, double* y)
     return evaluate([&] {
         return upper ? boost::math::ibetac_inv(a, b, p, y, pol::Errno())
                      : boost::math::ibeta_inv(a, b, p, y, pol::Errno());
-    });
+    }, a, b, p);
 }
 
 // The argument checks of the lower-tail inverse; NaN arguments pass them.
@@ -88,7 +88,7 @@ extern "C" double BetaRegularizedC(double a, double b, double x)
 // Infinite at x = 0 for a < 1 (and at x = 1 for b < 1): +inf with ERANGE.
 extern "C" double BetaDerivative(double a, double b, double x)
 {
-    return guard_overflow(evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }, a, b, x));
 }
 
 extern "C" double InverseBetaRegularized(double a, double b, double p)

@@ -62,7 +62,7 @@ extern "C" double Gamma(double x)
     // errno is left alone. A NaN passes both tests and reaches tgamma.
     if (x < 0 || x > kGammaMaxArgument) return quiet_nan();
     if (x == 0) return kInf;  // also -0; errno left alone
-    return guard_overflow(evaluate([&] { return boost::math::tgamma(x, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return boost::math::tgamma(x, pol::Errno()); }, x));
 }
 
 extern "C" double GammaLn(double x)
@@ -85,12 +85,12 @@ extern "C" double GammaRegularizedC(double a, double x)
 // whatever the sign Boost gave it.
 extern "C" double IncompleteGammaLower(double a, double x)
 {
-    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, false, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, false, pol::Errno()); }, a, x));
 }
 
 extern "C" double IncompleteGammaUpper(double a, double x)
 {
-    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, true, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, true, pol::Errno()); }, a, x));
 }
 
 // The arguments go straight to the inverse: a <= 0 or a probability outside
@@ -98,12 +98,12 @@ extern "C" double IncompleteGammaUpper(double a, double x)
 // converged after 200 iterations. p = 1 (q = 0) is an overflow: +inf, ERANGE.
 extern "C" double InverseGammaRegularized(double a, double p)
 {
-    return guard_overflow(evaluate([&] { return boost::math::gamma_p_inv(a, p, pol::ErrnoRoot200()); }));
+    return guard_overflow(evaluate([&] { return boost::math::gamma_p_inv(a, p, pol::ErrnoRoot200()); }, a, p));
 }
 
 extern "C" double InverseGammaRegularizedC(double a, double q)
 {
-    return guard_overflow(evaluate([&] { return boost::math::gamma_q_inv(a, q, pol::ErrnoRoot200()); }));
+    return guard_overflow(evaluate([&] { return boost::math::gamma_q_inv(a, q, pol::ErrnoRoot200()); }, a, q));
 }
 
 extern "C" double GammaDerivative(double a, double x)

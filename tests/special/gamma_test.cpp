@@ -197,6 +197,11 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
         {"IncompleteGammaLower(200, 1000)", [] { return IncompleteGammaLower(200, 1000); }, kInf,
          ERANGE},
         {"IncompleteGammaLower(1, inf)", [] { return IncompleteGammaLower(1, kInf); }, 1.0, kKeep},
+        // An infinite shape has no value: EDOM, not a silent NaN.
+        {"IncompleteGammaLower(inf, 1)", [] { return IncompleteGammaLower(kInf, 1); }, kNaN, EDOM},
+        {"IncompleteGammaUpper(inf, 1)", [] { return IncompleteGammaUpper(kInf, 1); }, kNaN, EDOM},
+        {"InverseGammaRegularized(inf, 0.5)", [] { return InverseGammaRegularized(kInf, 0.5); }, kNaN, EDOM},
+        {"InverseGammaRegularizedC(inf, 0.5)", [] { return InverseGammaRegularizedC(kInf, 0.5); }, kNaN, EDOM},
         {"IncompleteGammaUpper(200, 0)", [] { return IncompleteGammaUpper(200, 0); }, kInf, ERANGE},
         {"IncompleteGammaUpper(-0.5, 1)", [] { return IncompleteGammaUpper(-0.5, 1); }, kNaN, EDOM},
         {"IncompleteGammaUpper(2, -1)", [] { return IncompleteGammaUpper(2, -1); }, kNaN, EDOM},

@@ -78,6 +78,21 @@ inline double throw_on_overflow(double v, const char* function)
     return v;
 }
 
+// The throwing exports' counterpart of the errno policy's NaN rule: a NaN
+// value from arguments that are all numbers (Boost 1.74 takes an infinite
+// shape through to inf / inf) raises std::domain_error naming `function`,
+// with the first infinite argument in the message. A NaN argument that comes
+// back as NaN is returned.
+template <typename... Arguments>
+double throw_on_nan(double v, const char* function, Arguments... arguments)
+{
+    if (!std::isnan(v) || (std::isnan(double(arguments)) || ...)) return v;
+    double culprit = 0;
+    ((std::isinf(double(arguments)) && culprit == 0 ? culprit = arguments : 0), ...);
+    return boost::math::policies::raise_domain_error<double>(
+        function, "The function has no value at an argument of %1%.", culprit, pol::Throwing());
+}
+
 // The one-byte tail flag: zero is the lower tail, any other byte the upper.
 inline bool is_upper_tail(unsigned char flag) { return flag != 0; }
 

@@ -70,19 +70,21 @@ bool lower_inverse_arguments_ok(double a, double b, double p)
 extern "C" double Beta(double a, double b)
 {
     // Non-positive a or b raises std::domain_error inside beta.
-    return throw_on_overflow(boost::math::beta(a, b, pol::Throwing()), kBetaName);
+    return throw_on_overflow(throw_on_nan(boost::math::beta(a, b, pol::Throwing()), kBetaName, a, b), kBetaName);
 }
 
 extern "C" double BetaRegularized(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetaName);
-    return throw_on_overflow(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName);
+    return throw_on_overflow(throw_on_nan(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x),
+                             kIbetaName);
 }
 
 extern "C" double BetaRegularizedC(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetacName);
-    return throw_on_overflow(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName);
+    return throw_on_overflow(throw_on_nan(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x),
+                             kIbetacName);
 }
 
 // Infinite at x = 0 for a < 1 (and at x = 1 for b < 1): +inf with ERANGE.

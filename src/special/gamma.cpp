@@ -73,12 +73,14 @@ extern "C" double GammaLn(double x)
 
 extern "C" double GammaRegularized(double a, double x)
 {
-    return throw_on_overflow(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName);
+    return throw_on_overflow(
+        throw_on_nan(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName, a, x), kGammaPName);
 }
 
 extern "C" double GammaRegularizedC(double a, double x)
 {
-    return throw_on_overflow(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName);
+    return throw_on_overflow(
+        throw_on_nan(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName, a, x), kGammaQName);
 }
 
 // Not regularized, so the value overflows for large a; the overflow is +inf
@@ -108,8 +110,8 @@ extern "C" double InverseGammaRegularizedC(double a, double q)
 
 extern "C" double GammaDerivative(double a, double x)
 {
-    return throw_on_overflow(boost::math::gamma_p_derivative(a, x, pol::Throwing()),
-                             kGammaPDerivativeName);
+    const double d = boost::math::gamma_p_derivative(a, x, pol::Throwing());
+    return throw_on_overflow(throw_on_nan(d, kGammaPDerivativeName, a, x), kGammaPDerivativeName);
 }
 
 // x < -1 raises std::domain_error, x = -1 std::overflow_error (log 0).

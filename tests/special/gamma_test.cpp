@@ -266,6 +266,13 @@ TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
         {"GammaLn(1e308)", [] { return GammaLn(1e308); }, ThrowRow::kOverflow, "lgamma"},
         {"GammaRegularized(0, 1)", [] { return GammaRegularized(0, 1); }, ThrowRow::kDomain,
          "gamma_p"},
+        // An infinite shape has no value; Boost 1.74 would return a NaN.
+        {"GammaRegularized(inf, 1)", [] { return GammaRegularized(kInf, 1); }, ThrowRow::kDomain,
+         "gamma_p<double>(double, double): The function has no value at an argument of inf."},
+        {"GammaRegularizedC(inf, 1)", [] { return GammaRegularizedC(kInf, 1); }, ThrowRow::kDomain,
+         "gamma_q"},
+        {"GammaDerivative(inf, 1)", [] { return GammaDerivative(kInf, 1); }, ThrowRow::kDomain,
+         "gamma_p_derivative"},
         {"GammaRegularized(-1, 1)", [] { return GammaRegularized(-1, 1); }, ThrowRow::kDomain,
          "gamma_p"},
         {"GammaRegularized(1, -1)", [] { return GammaRegularized(1, -1); }, ThrowRow::kDomain,

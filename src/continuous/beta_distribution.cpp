@@ -40,6 +40,7 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
     const bool up = is_upper_tail(upper);
     if (x == 0) return up ? 1.0 : 0.0;
     if (x == 1) return up ? 0.0 : 1.0;
+    if (beta_shape_too_large(a, b)) return domain_nan();
     const double r = evaluate([&] {
         return up ? boost::math::ibetac(a, b, x, pol::Errno())
                   : boost::math::ibeta(a, b, x, pol::Errno());
@@ -53,11 +54,13 @@ extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
     if (!is_upper_tail(upper)) {
         if (p == 0) return 0.0;
         if (p == 1) return 1.0;
+        if (beta_shape_too_large(a, b)) return domain_nan();
         // ibeta_inv pairs p with its complement 1 - p.
         return guard_overflow(
             evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }, a, b, p));
     }
     if (p == 1) return 0.0;
     if (p == 0) return 1.0;
+    if (beta_shape_too_large(a, b)) return domain_nan();
     return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); }, a, b, p);
 }

@@ -73,6 +73,7 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
     const double v = df1 * x;
     const double s = v + df2;
     const bool up = is_upper_tail(upper);
+    if (beta_shape_too_large(df1 / 2, df2 / 2)) return domain_nan();
     const double r = evaluate([&] {
         if (v > df2) {
             // F is large: the tail of the beta variable df2/s near 0.
@@ -95,6 +96,7 @@ extern "C" double FisherFICDF(double p, double df1, double df2, unsigned char up
     // A NaN p would reach a rounding error inside the inverse; it is refused.
     if (!ok || std::isnan(p)) return domain_nan();
     const double a = df1 / 2, b = df2 / 2;
+    if (beta_shape_too_large(a, b)) return domain_nan();
     double x, y = quiet_nan();
     if (!is_upper_tail(upper)) {
         if (a <= 0 || b <= 0 || p < 0 || p > 1) return domain_nan();

@@ -14,6 +14,7 @@
 // (1992) 360-373; the inverse starts from the approximations of N. M. Temme,
 // "Asymptotic inversion of the incomplete beta function", J. Comput. Appl.
 // Math. 41 (1992) 145-157.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 
@@ -45,6 +46,17 @@ double require_x_in_domain(double x, const char* function)
     return x;
 }
 
+// Finite shapes beyond what the incomplete beta function is evaluated for
+// raise boost::math::evaluation_error; an infinite shape (no value: a domain
+// error) and a negative other shape are left to the checks that follow.
+void require_evaluable_shapes(double a, double b, const char* function)
+{
+    if (beta_shape_too_large(a, b) && a > 0 && b > 0 && std::isfinite(a) && std::isfinite(b))
+        boost::math::policies::raise_evaluation_error<double>(
+            function, "Shape argument %1% is beyond the range the incomplete beta function is evaluated in.",
+            std::max(a, b), pol::Throwing());
+}
+
 // The inverse core of both tails under the errno policy: `upper` selects
 // ibetac_inv. The root is returned and its complement 1 - x, as the inverse
 // computed it, goes to *y when y is not null (on a domain error *y is left
@@ -52,7 +64,7 @@ double require_x_in_domain(double x, const char* function)
 // let it reach a rounding error that throws even under the errno policy.
 double inverse_ibeta(double a, double b, double p, bool upper, double* y)
 {
-    if (std::isnan(p)) return domain_nan();
+    if (std::isnan(p) || beta_shape_too_large(a, b)) return domain_nan();
     return evaluate([&] {
         return upper ? boost::math::ibetac_inv(a, b, p, y, pol::Errno())
                      : boost::math::ibeta_inv(a, b, p, y, pol::Errno());
@@ -76,6 +88,7 @@ extern "C" double Beta(double a, double b)
 extern "C" double BetaRegularized(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetaName);
+    require_evaluable_shapes(a, b, kIbetaName);
     return throw_on_overflow(throw_on_nan(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x),
                              kIbetaName);
 }
@@ -83,6 +96,7 @@ extern "C" double BetaRegularized(double a, double b, double x)
 extern "C" double BetaRegularizedC(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetacName);
+    require_evaluable_shapes(a, b, kIbetacName);
     return throw_on_overflow(throw_on_nan(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x),
                              kIbetacName);
 }

@@ -31,7 +31,7 @@ extern "C" double BetaPDF(double x, double a, double b)
 {
     if (!check_parameters(a, b) || x < 0 || x > 1 || std::isnan(x)) return domain_nan();
     return guard_overflow(
-        evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
+        evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }, a, b, x));
 }
 
 extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
@@ -40,10 +40,11 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
     const bool up = is_upper_tail(upper);
     if (x == 0) return up ? 1.0 : 0.0;
     if (x == 1) return up ? 0.0 : 1.0;
+    if (beta_shape_too_large(a, b)) return domain_nan();
     const double r = evaluate([&] {
         return up ? boost::math::ibetac(a, b, x, pol::Errno())
                   : boost::math::ibeta(a, b, x, pol::Errno());
-    });
+    }, a, b, x);
     return guard_overflow(r);
 }
 
@@ -53,11 +54,13 @@ extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
     if (!is_upper_tail(upper)) {
         if (p == 0) return 0.0;
         if (p == 1) return 1.0;
+        if (beta_shape_too_large(a, b)) return domain_nan();
         // ibeta_inv pairs p with its complement 1 - p.
         return guard_overflow(
-            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }));
+            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }, a, b, p));
     }
     if (p == 1) return 0.0;
     if (p == 0) return 1.0;
-    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); });
+    if (beta_shape_too_large(a, b)) return domain_nan();
+    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); }, a, b, p);
 }

@@ -34,7 +34,7 @@ extern "C" double ChiSquaredPDF(double x, double df)
         return df == kExponentialDf ? kDensityAtZeroWhenDfIs2 : 0.0;
     }
     const double r = guard_overflow(
-        evaluate([&] { return boost::math::gamma_p_derivative(df / 2, x / 2, pol::Errno()); }));
+        evaluate([&] { return boost::math::gamma_p_derivative(df / 2, x / 2, pol::Errno()); }, x, df));
     return r * 0.5;
 }
 
@@ -45,7 +45,7 @@ extern "C" double ChiSquaredCDF(double x, double df, unsigned char upper)
     const double r = evaluate([&] {
         return is_upper_tail(upper) ? boost::math::gamma_q(df / 2, x / 2, pol::Errno())
                                     : boost::math::gamma_p(df / 2, x / 2, pol::Errno());
-    });
+    }, x, df);
     return guard_overflow(r);
 }
 
@@ -58,6 +58,6 @@ extern "C" double ChiSquaredICDF(double p, double df, unsigned char upper)
     const double z = evaluate([&] {
         return is_upper_tail(upper) ? boost::math::gamma_q_inv(df / 2, p, pol::Errno())
                                     : boost::math::gamma_p_inv(df / 2, p, pol::Errno());
-    });
+    }, p, df);
     return guard_overflow(2 * z);
 }

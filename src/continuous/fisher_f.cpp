@@ -23,6 +23,18 @@ constexpr double kDensityAtZeroWhenDf1Is2 = 1.0;
 
 bool check_df(double df) { return check_positive_finite(df); }
 
+// Both forms of the density's factor are df1 df2 / s^2 (s - v = df2). With
+// degrees of freedom near the ends of the double range s^2 or df1 df2
+// overflows, or everything underflows, and the stated form is NaN: the factor
+// is then taken as (df1 / s)(df2 / s). What is still NaN (an infinite
+// derivative times a factor that is 0) is a domain error.
+double finite_or_rescaled(double density, double df1, double df2, double s, double d)
+{
+    if (!std::isnan(density)) return density;
+    const double rescaled = (df1 / s) * (df2 / s) * d;
+    return std::isnan(rescaled) ? domain_nan() : rescaled;
+}
+
 }  // namespace
 
 extern "C" double FisherFPDF(double x, double df1, double df2)
@@ -40,12 +52,14 @@ extern "C" double FisherFPDF(double x, double df1, double df2)
     const double s = v + df2;
     if (v > df2) {
         const double d = guard_overflow(evaluate(
-            [&] { return boost::math::ibeta_derivative(df2 / 2, df1 / 2, df2 / s, pol::Errno()); }));
-        return df1 * df2 / (s * s) * d;
+            [&] { return boost::math::ibeta_derivative(df2 / 2, df1 / 2, df2 / s, pol::Errno()); },
+            x, df1, df2));
+        return finite_or_rescaled(df1 * df2 / (s * s) * d, df1, df2, s, d);
     }
     const double d = guard_overflow(evaluate(
-        [&] { return boost::math::ibeta_derivative(df1 / 2, df2 / 2, v / s, pol::Errno()); }));
-    return (s * df1 - x * df1 * df1) / (s * s) * d;
+        [&] { return boost::math::ibeta_derivative(df1 / 2, df2 / 2, v / s, pol::Errno()); },
+        x, df1, df2));
+    return finite_or_rescaled((s * df1 - x * df1 * df1) / (s * s) * d, df1, df2, s, d);
 }
 
 // Both degrees of freedom are refused here, df2 included: the incomplete beta
@@ -59,6 +73,7 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
     const double v = df1 * x;
     const double s = v + df2;
     const bool up = is_upper_tail(upper);
+    if (beta_shape_too_large(df1 / 2, df2 / 2)) return domain_nan();
     const double r = evaluate([&] {
         if (v > df2) {
             // F is large: the tail of the beta variable df2/s near 0.
@@ -67,7 +82,7 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
         }
         return up ? boost::math::ibetac(df1 / 2, df2 / 2, v / s, pol::Errno())
                   : boost::math::ibeta(df1 / 2, df2 / 2, v / s, pol::Errno());
-    });
+    }, x, df1, df2);
     return guard_overflow(r);
 }
 
@@ -81,15 +96,16 @@ extern "C" double FisherFICDF(double p, double df1, double df2, unsigned char up
     // A NaN p would reach a rounding error inside the inverse; it is refused.
     if (!ok || std::isnan(p)) return domain_nan();
     const double a = df1 / 2, b = df2 / 2;
+    if (beta_shape_too_large(a, b)) return domain_nan();
     double x, y = quiet_nan();
     if (!is_upper_tail(upper)) {
         if (a <= 0 || b <= 0 || p < 0 || p > 1) return domain_nan();
         x = guard_overflow(
-            evaluate([&] { return boost::math::ibeta_inv(a, b, p, &y, pol::Errno()); }));
+            evaluate([&] { return boost::math::ibeta_inv(a, b, p, &y, pol::Errno()); }, p, df1, df2));
         y = guard_overflow(y);
     } else {
         // The inverse refuses a p outside [0, 1] itself (NaN, EDOM).
-        x = evaluate([&] { return boost::math::ibetac_inv(a, b, p, &y, pol::Errno()); });
+        x = evaluate([&] { return boost::math::ibetac_inv(a, b, p, &y, pol::Errno()); }, p, df1, df2);
     }
     return x * df2 / (y * df1);
 }

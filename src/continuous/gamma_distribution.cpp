@@ -31,7 +31,8 @@ extern "C" double GammaPDF(double x, double shape, double scale)
     // unbounded (shape < 1) or equal to 1/scale (shape = 1).
     if (x == 0) return 0.0;
     const double r = guard_overflow(
-        evaluate([&] { return boost::math::gamma_p_derivative(shape, x / scale, pol::Errno()); }));
+        evaluate([&] { return boost::math::gamma_p_derivative(shape, x / scale, pol::Errno()); },
+                 x, shape, scale));
     return r / scale;
 }
 
@@ -43,7 +44,7 @@ extern "C" double GammaCDF(double x, double shape, double scale, unsigned char u
     const double r = evaluate([&] {
         return is_upper_tail(upper) ? boost::math::gamma_q(shape, z, pol::Errno())
                                     : boost::math::gamma_p(shape, z, pol::Errno());
-    });
+    }, x, shape, scale);
     return guard_overflow(r);
 }
 
@@ -56,12 +57,12 @@ extern "C" double GammaICDF(double p, double shape, double scale, unsigned char 
             return kInf;
         }
         return guard_overflow(
-            evaluate([&] { return boost::math::gamma_p_inv(shape, p, pol::Errno()); }) * scale);
+            evaluate([&] { return boost::math::gamma_p_inv(shape, p, pol::Errno()); }, p, shape, scale) * scale);
     }
     if (p == 0) {
         errno = ERANGE;
         return kInf;
     }
     return guard_overflow(
-        evaluate([&] { return boost::math::gamma_q_inv(shape, p, pol::Errno()); }) * scale);
+        evaluate([&] { return boost::math::gamma_q_inv(shape, p, pol::Errno()); }, p, shape, scale) * scale);
 }

@@ -47,7 +47,7 @@ extern "C" double NoncentralTPDF(double x, double df, double delta)
     if (!check_parameters(df, delta)) return quiet_nan();
     if (!series_can_start(delta)) return domain_nan();
     // A non-finite x is refused by the distribution (NaN, EDOM).
-    return evaluate([&] { return boost::math::pdf(NoncentralT(df, delta), x); });
+    return evaluate([&] { return boost::math::pdf(NoncentralT(df, delta), x); }, x, df, delta);
 }
 
 // x = +-inf is refused (NaN, EDOM) rather than mapped to 0 or 1; deliberate.
@@ -60,7 +60,7 @@ extern "C" double NoncentralTCDF(double x, double df, double delta, unsigned cha
     const double r = evaluate([&] {
         return is_upper_tail(upper) ? boost::math::cdf(boost::math::complement(dist, x))
                                     : boost::math::cdf(dist, x);
-    });
+    }, x, df, delta);
     return guard_overflow(r);
 }
 
@@ -76,5 +76,5 @@ extern "C" double NoncentralTICDF(double p, double df, double delta, unsigned ch
     return evaluate([&] {
         return is_upper_tail(upper) ? boost::math::quantile(boost::math::complement(dist, p))
                                     : boost::math::quantile(dist, p);
-    });
+    }, p, df, delta);
 }

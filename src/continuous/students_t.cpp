@@ -26,14 +26,14 @@ using StudentT = boost::math::students_t_distribution<double, pol::Errno>;
 extern "C" double StudentTPDF(double x, double df)
 {
     if (!check_positive_finite(df)) return quiet_nan();
-    return evaluate([&] { return boost::math::pdf(StudentT(df), x); });
+    return evaluate([&] { return boost::math::pdf(StudentT(df), x); }, x, df);
 }
 
 extern "C" double StudentTCDF(double x, double df, unsigned char upper)
 {
     if (!check_positive_finite(df)) return quiet_nan();
     const double t = is_upper_tail(upper) ? -x : x;
-    return evaluate([&] { return boost::math::cdf(StudentT(df), t); });
+    return evaluate([&] { return boost::math::cdf(StudentT(df), t); }, x, df);
 }
 
 // p outside [0, 1] (or NaN) is refused by the quantile itself; p = 0 and 1
@@ -41,6 +41,6 @@ extern "C" double StudentTCDF(double x, double df, unsigned char upper)
 extern "C" double StudentTICDF(double p, double df, unsigned char upper)
 {
     if (!check_positive_finite(df)) return quiet_nan();
-    const double q = evaluate([&] { return boost::math::quantile(StudentT(df), p); });
+    const double q = evaluate([&] { return boost::math::quantile(StudentT(df), p); }, p, df);
     return is_upper_tail(upper) ? -q : q;
 }

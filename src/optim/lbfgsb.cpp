@@ -33,6 +33,8 @@ constexpr std::size_t kWordLength = 60;  // CHARACTER*60 task and csave
 constexpr int32_t kSilent = -1;          // iprint < 0: the solver prints nothing
 constexpr int kSaveIntegers = 44;
 constexpr int kSaveDoubles = 29;
+// The task word of a record whose blocks could not be allocated.
+constexpr const char* kNoWorkspace = "ERROR: WORKSPACE NOT ALLOCATED";
 
 }  // namespace
 
@@ -84,6 +86,11 @@ void call_setulb(LbfgsbState* s)
             kWordLength);
 }
 
+bool blocks_allocated(const LbfgsbState* s)
+{
+    return s->x && s->l && s->u && s->nbd && s->g && s->wa && s->iwa;
+}
+
 // malloc of count elements; a negative count becomes a huge request that fails.
 template <typename T>
 T* allocate(int64_t count)
@@ -113,10 +120,13 @@ extern "C" LbfgsbState* LBFGSBStart(int32_t n, int32_t m, const double* l, const
     s->nbd = allocate<int32_t>(n);
     s->g = allocate<double>(n);
     // Deliberate: the workspace count is formed in 32-bit arithmetic (wrapping,
-    // without UB) and only then widened.
+    // without UB) and only then widened. Where the exact count of a valid n and
+    // m does not fit 32 bits, the wrapped block would be smaller than what the
+    // solver indexes: none is allocated, and the first step reports it.
     const uint32_t un = static_cast<uint32_t>(n), um = static_cast<uint32_t>(m);
     const auto wa_count = static_cast<int32_t>((11 * um + 2 * (un + 4)) * um + 5 * un);
-    s->wa = allocate<double>(wa_count);
+    const int64_t exact_count = (11 * int64_t(m) + 2 * (int64_t(n) + 4)) * m + 5 * int64_t(n);
+    s->wa = n > 0 && m > 0 && exact_count != wa_count ? nullptr : allocate<double>(wa_count);
     s->iwa = allocate<int32_t>(3 * static_cast<int64_t>(n));
 
     copy_doubles(s->l, l, n);
@@ -137,6 +147,12 @@ extern "C" LbfgsbState* LBFGSBStart(int32_t n, int32_t m, const double* l, const
 extern "C" int32_t LBFGSBStep(LbfgsbState* state, double* x, double* f, double* g)
 {
     const int32_t n = state->n;
+    // Sizes the solver accepts but whose blocks could not be had (a workspace
+    // beyond 32 bits, or memory refused): an error of its own, without a call.
+    if (n > 0 && state->m > 0 && !blocks_allocated(state)) {
+        set_task(state, kNoWorkspace);
+        return 5;
+    }
     copy_doubles(state->x, x, n);
     copy_doubles(state->g, g, n);
     state->f = *f;

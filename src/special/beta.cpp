@@ -14,6 +14,7 @@
 // (1992) 360-373; the inverse starts from the approximations of N. M. Temme,
 // "Asymptotic inversion of the incomplete beta function", J. Comput. Appl.
 // Math. 41 (1992) 145-157.
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 
@@ -45,6 +46,17 @@ double require_x_in_domain(double x, const char* function)
     return x;
 }
 
+// Finite shapes beyond what the incomplete beta function is evaluated for
+// raise boost::math::evaluation_error; an infinite shape (no value: a domain
+// error) and a negative other shape are left to the checks that follow.
+void require_evaluable_shapes(double a, double b, const char* function)
+{
+    if (beta_shape_too_large(a, b) && a > 0 && b > 0 && std::isfinite(a) && std::isfinite(b))
+        boost::math::policies::raise_evaluation_error<double>(
+            function, "Shape argument %1% is beyond the range the incomplete beta function is evaluated in.",
+            std::max(a, b), pol::Throwing());
+}
+
 // The inverse core of both tails under the errno policy: `upper` selects
 // ibetac_inv. The root is returned and its complement 1 - x, as the inverse
 // computed it, goes to *y when y is not null (on a domain error *y is left
@@ -52,11 +64,11 @@ double require_x_in_domain(double x, const char* function)
 // let it reach a rounding error that throws even under the errno policy.
 double inverse_ibeta(double a, double b, double p, bool upper, double* y)
 {
-    if (std::isnan(p)) return domain_nan();
+    if (std::isnan(p) || beta_shape_too_large(a, b)) return domain_nan();
     return evaluate([&] {
         return upper ? boost::math::ibetac_inv(a, b, p, y, pol::Errno())
                      : boost::math::ibeta_inv(a, b, p, y, pol::Errno());
-    });
+    }, a, b, p);
 }
 
 // The argument checks of the lower-tail inverse; NaN arguments pass them.
@@ -70,25 +82,29 @@ bool lower_inverse_arguments_ok(double a, double b, double p)
 extern "C" double Beta(double a, double b)
 {
     // Non-positive a or b raises std::domain_error inside beta.
-    return throw_on_overflow(boost::math::beta(a, b, pol::Throwing()), kBetaName);
+    return throw_on_overflow(throw_on_nan(boost::math::beta(a, b, pol::Throwing()), kBetaName, a, b), kBetaName);
 }
 
 extern "C" double BetaRegularized(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetaName);
-    return throw_on_overflow(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName);
+    require_evaluable_shapes(a, b, kIbetaName);
+    return throw_on_overflow(throw_on_nan(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x),
+                             kIbetaName);
 }
 
 extern "C" double BetaRegularizedC(double a, double b, double x)
 {
     require_x_in_domain(x, kIbetacName);
-    return throw_on_overflow(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName);
+    require_evaluable_shapes(a, b, kIbetacName);
+    return throw_on_overflow(throw_on_nan(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x),
+                             kIbetacName);
 }
 
 // Infinite at x = 0 for a < 1 (and at x = 1 for b < 1): +inf with ERANGE.
 extern "C" double BetaDerivative(double a, double b, double x)
 {
-    return guard_overflow(evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return boost::math::ibeta_derivative(a, b, x, pol::Errno()); }, a, b, x));
 }
 
 extern "C" double InverseBetaRegularized(double a, double b, double p)

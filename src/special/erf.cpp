@@ -34,7 +34,7 @@ double inverse_erfc(double q)
     }
     // erfc_inv pairs (1 - c, c) with c = q, or c = 2 - q and a negative sign for
     // q > 1, so the small one of the pair keeps full precision.
-    return guard_overflow_signed(evaluate([&] { return boost::math::erfc_inv(q, pol::Errno()); }));
+    return guard_overflow_signed(evaluate([&] { return boost::math::erfc_inv(q, pol::Errno()); }, q));
 }
 
 // (x - mean) / (sd sqrt(2)); when x - mean and sd sqrt(2) both overflow,
@@ -49,9 +49,9 @@ double standardize(double x, double mean, double sd)
 }  // namespace
 
 // A NaN goes through to the core and comes back as NaN; errno is not touched.
-extern "C" double Erf(double x) { return guard_overflow(evaluate([&] { return boost::math::erf(x, pol::Errno()); })); }
+extern "C" double Erf(double x) { return guard_overflow(evaluate([&] { return boost::math::erf(x, pol::Errno()); }, x)); }
 
-extern "C" double ErfC(double x) { return guard_overflow(evaluate([&] { return boost::math::erfc(x, pol::Errno()); })); }
+extern "C" double ErfC(double x) { return guard_overflow(evaluate([&] { return boost::math::erfc(x, pol::Errno()); }, x)); }
 
 extern "C" double InverseErf(double p)
 {
@@ -66,7 +66,7 @@ extern "C" double InverseErf(double p)
     }
     if (p == 0) return 0.0;
     // erf_inv works on |p| with the pair (|p|, 1 - |p|) and restores the sign.
-    return guard_overflow_signed(evaluate([&] { return boost::math::erf_inv(p, pol::Errno()); }));
+    return guard_overflow_signed(evaluate([&] { return boost::math::erf_inv(p, pol::Errno()); }, p));
 }
 
 extern "C" double InverseErfC(double q) { return inverse_erfc(q); }
@@ -112,7 +112,7 @@ extern "C" double NormalCDF(double x, double mean, double sd, unsigned char uppe
     }
     // Both tails go through erfc, so a far tail is a small number rather than
     // the cancellation 1 - erf.
-    return guard_overflow(evaluate([&] { return boost::math::erfc(z, pol::Errno()); })) * 0.5;
+    return guard_overflow(evaluate([&] { return boost::math::erfc(z, pol::Errno()); }, z)) * 0.5;
 }
 
 extern "C" double NormalICDF(double p, double mean, double sd, unsigned char upper)

@@ -62,7 +62,7 @@ extern "C" double Gamma(double x)
     // errno is left alone. A NaN passes both tests and reaches tgamma.
     if (x < 0 || x > kGammaMaxArgument) return quiet_nan();
     if (x == 0) return kInf;  // also -0; errno left alone
-    return guard_overflow(evaluate([&] { return boost::math::tgamma(x, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return boost::math::tgamma(x, pol::Errno()); }, x));
 }
 
 extern "C" double GammaLn(double x)
@@ -73,24 +73,26 @@ extern "C" double GammaLn(double x)
 
 extern "C" double GammaRegularized(double a, double x)
 {
-    return throw_on_overflow(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName);
+    return throw_on_overflow(
+        throw_on_nan(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName, a, x), kGammaPName);
 }
 
 extern "C" double GammaRegularizedC(double a, double x)
 {
-    return throw_on_overflow(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName);
+    return throw_on_overflow(
+        throw_on_nan(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName, a, x), kGammaQName);
 }
 
 // Not regularized, so the value overflows for large a; the overflow is +inf
 // whatever the sign Boost gave it.
 extern "C" double IncompleteGammaLower(double a, double x)
 {
-    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, false, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, false, pol::Errno()); }, a, x));
 }
 
 extern "C" double IncompleteGammaUpper(double a, double x)
 {
-    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, true, pol::Errno()); }));
+    return guard_overflow(evaluate([&] { return incomplete_gamma(a, x, false, true, pol::Errno()); }, a, x));
 }
 
 // The arguments go straight to the inverse: a <= 0 or a probability outside
@@ -98,18 +100,18 @@ extern "C" double IncompleteGammaUpper(double a, double x)
 // converged after 200 iterations. p = 1 (q = 0) is an overflow: +inf, ERANGE.
 extern "C" double InverseGammaRegularized(double a, double p)
 {
-    return guard_overflow(evaluate([&] { return boost::math::gamma_p_inv(a, p, pol::ErrnoRoot200()); }));
+    return guard_overflow(evaluate([&] { return boost::math::gamma_p_inv(a, p, pol::ErrnoRoot200()); }, a, p));
 }
 
 extern "C" double InverseGammaRegularizedC(double a, double q)
 {
-    return guard_overflow(evaluate([&] { return boost::math::gamma_q_inv(a, q, pol::ErrnoRoot200()); }));
+    return guard_overflow(evaluate([&] { return boost::math::gamma_q_inv(a, q, pol::ErrnoRoot200()); }, a, q));
 }
 
 extern "C" double GammaDerivative(double a, double x)
 {
-    return throw_on_overflow(boost::math::gamma_p_derivative(a, x, pol::Throwing()),
-                             kGammaPDerivativeName);
+    const double d = boost::math::gamma_p_derivative(a, x, pol::Throwing());
+    return throw_on_overflow(throw_on_nan(d, kGammaPDerivativeName, a, x), kGammaPDerivativeName);
 }
 
 // x < -1 raises std::domain_error, x = -1 std::overflow_error (log 0).

@@ -554,6 +554,13 @@ TEST(ContinuousContract, BadInputGetsTheDefinedAnswer)
         ROW(NoncentralTCDF(1, 10, 1e5, 0), kNaN, EDOM),
         ROW(NoncentralTPDF(1e5, 10, -1e5), kNaN, EDOM),
         ROW(NoncentralTICDF(0.5, 10, 1e5, 1), kNaN, EDOM),
+        // Degrees of freedom at the ends of the double range: the F density's
+        // factor df1 df2 / s^2 is rescaled rather than left as inf / inf or
+        // 0 / 0 (SciPy: 4.999999999999825e-301, its own rounding), and what
+        // has no value reports EDOM instead of a silent NaN.
+        ROW(FisherFPDF(0.5, 1e-300, 1e-300), 5.0000000000000001e-301, kKeep),
+        ROW(FisherFPDF(2, 1e-300, 1e300), kNaN, EDOM),
+        ROW(GammaCDF(1, kInf, 1, 0), kNaN, EDOM),
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.call);

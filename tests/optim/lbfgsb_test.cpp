@@ -359,6 +359,11 @@ TEST(LbfgsbSteps, InputErrorsComeBackAsFive)
         {"bound type -1", 2, 5, {-1, 0}, 1e7, {-1, -1}, {1, 1}},
         {"lower above upper", 2, 5, {2, 2}, 1e7, {-1, 2}, {1, 1}},
         {"factr < 0", 2, 5, {0, 0}, -1.0, {0, 0}, {0, 0}},
+        // (11m + 2(n + 4))m + 5n beyond 32 bits: the solver would index past
+        // the wrapped block, so it is never called.
+        {"m = 2e9", 2, 2000000000, {2, 2}, 1e7, {-1, -1}, {1, 1}},
+        {"m = 20000, n = 10000", 10000, 20000, std::vector<int32_t>(10000, 0), 1e7,
+         std::vector<double>(10000, 0.0), std::vector<double>(10000, 0.0)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);

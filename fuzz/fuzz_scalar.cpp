@@ -26,6 +26,10 @@ double SampleSize(double n) {
 template <class F>
 void Scalar(const char* name, const Decoder& d, Errno rule, unsigned allow, bool nan_argument,
             F&& f) {
+    // KCM_FUZZ_TRACE=1 prints every call before it is made (to see which
+    // call of a timed-out input hangs).
+    static const bool trace = std::getenv("KCM_FUZZ_TRACE") != nullptr;
+    if (trace) std::fprintf(stderr, "%s(%s)\n", name, d.trail().c_str());
     double r = 0;
     int err = 0;
     errno = 0;

@@ -91,10 +91,14 @@ bool blocks_allocated(const LbfgsbState* s)
     return s->x && s->l && s->u && s->nbd && s->g && s->wa && s->iwa;
 }
 
-// malloc of count elements; a negative count becomes a huge request that fails.
+// malloc of count elements. A negative count is a request no allocator
+// grants: it is refused here without asking, the same null block malloc would
+// give for the near-2^64 size it becomes (a size memory checkers report as an
+// error of its own).
 template <typename T>
 T* allocate(int64_t count)
 {
+    if (count < 0) return nullptr;
     return static_cast<T*>(std::malloc(static_cast<std::size_t>(count) * sizeof(T)));
 }
 

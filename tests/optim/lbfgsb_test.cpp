@@ -45,11 +45,20 @@ extern "C" void __libc_free(void*);
 namespace {
 std::atomic<bool> counting{false};
 std::atomic<long> live_blocks{0};
+std::atomic<std::size_t> largest_request{0};  // bytes, while counting
+
+void note_request(std::size_t bytes)
+{
+    std::size_t seen = largest_request.load();
+    while (bytes > seen && !largest_request.compare_exchange_weak(seen, bytes)) {
+    }
+}
 }  // namespace
 
 #ifndef KCM_SANITIZED_HEAP
 extern "C" void* malloc(std::size_t size)
 {
+    if (counting) note_request(size);
     void* p = __libc_malloc(size);
     if (p && counting) ++live_blocks;
     return p;
@@ -57,6 +66,7 @@ extern "C" void* malloc(std::size_t size)
 
 extern "C" void* calloc(std::size_t count, std::size_t size)
 {
+    if (counting) note_request(count * size);
     void* p = __libc_calloc(count, size);
     if (p && counting) ++live_blocks;
     return p;
@@ -492,6 +502,28 @@ TEST(LbfgsbMemory, EveryRecordIsFreedWhateverTheEnding)
     for (int i = 0; i < 5; ++i) lifecycles();
     counting = false;
     EXPECT_EQ(live_blocks.load(), 0);
+}
+
+TEST(LbfgsbMemory, NegativeSizesAskTheHeapForNoImpossibleBlock)
+{
+#ifdef KCM_SANITIZED_HEAP
+    GTEST_SKIP() << "the sanitizer's allocator is not observed in this build";
+#endif
+    // A negative n or m would become a size near 2^64; such a block is
+    // refused without asking the heap, and the first step reports it.
+    for (auto [n, m] : {std::pair{-3, 5}, std::pair{2, -7}, std::pair{-1, -1}}) {
+        SCOPED_TRACE(testing::Message() << "n " << n << " m " << m);
+        const double bounds[2] = {-1, 1};
+        const int32_t kinds[2] = {2, 2};
+        largest_request = 0;
+        counting = true;
+        LbfgsbState* s = LBFGSBStart(n, m, bounds, bounds, kinds, 1e7, 1e-5);
+        counting = false;
+        double x[2] = {0, 0}, g[2] = {0, 0}, f = 0;
+        EXPECT_EQ(LBFGSBStep(s, x, &f, g), kError);
+        LBFGSBEnd(s);
+        EXPECT_LT(largest_request.load(), std::size_t(1) << 40);
+    }
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 
 #include <boost/math/distributions/binomial.hpp>
 
+#include "discrete/large_quantile.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
@@ -28,6 +29,12 @@ double binomial_quantile(double p, double n, double prob, unsigned char upper)
     // The constructor checks the success fraction, then the number of trials;
     // quantile then checks p.
     const binomial_distribution<double, Policy> dist(n, prob);
+    // A quantile never exceeds n: below 2^53 trials the rounding walk is safe.
+    double q;
+    if (n >= kExactIntegers &&
+        quantile_beyond_exact_integers(binomial_distribution<double, ThrowingUnrounded>(n, prob), p,
+                                       is_upper_tail(upper), &q))
+        return q;
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
 }
 

@@ -9,6 +9,7 @@
 
 #include <boost/math/distributions/poisson.hpp>
 
+#include "discrete/large_quantile.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
@@ -17,10 +18,18 @@ namespace {
 using namespace kcm;
 using boost::math::poisson_distribution;
 
+// Below a mean of 2^50 every quantile of a p > 0 lies far under 2^53.
+constexpr double kLargeMean = 1125899906842624.0;
+
 template <class Policy>
 double poisson_quantile(double p, double mean, unsigned char upper)
 {
     const poisson_distribution<double, Policy> dist(mean);
+    double q;
+    if (mean > kLargeMean &&
+        quantile_beyond_exact_integers(poisson_distribution<double, ThrowingUnrounded>(mean), p,
+                                       is_upper_tail(upper), &q))
+        return q;
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
 }
 

@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <new>
 
 #include <boost/math/distributions/chi_squared.hpp>
 #include <boost/math/distributions/normal.hpp>
@@ -41,12 +42,12 @@ constexpr double kSqrt2 = 1.4142135623730951;
 
 MC::MC(int32_t K, double Df, const double* Lambda) : Lambda(Lambda), Scale(nullptr), K(K), Df(Df)
 {
-    // A negative K is widened as a signed value, an impossible size: the
-    // request becomes the largest size, which the allocator refuses with
-    // std::bad_alloc (a new-expression would raise its own length error).
-    const std::size_t bytes = K < 0 ? std::numeric_limits<std::size_t>::max()
-                                    : static_cast<std::size_t>(K) * sizeof(double);
-    Scale = static_cast<double*>(::operator new[](bytes));
+    // A negative K is widened as a signed value, an impossible size that the
+    // allocator refuses with std::bad_alloc. That refusal is raised here
+    // without asking: an instrumented allocator (AddressSanitizer) treats the
+    // request itself as a fatal error instead of throwing.
+    if (K < 0) throw std::bad_alloc();
+    Scale = static_cast<double*>(::operator new[](static_cast<std::size_t>(K) * sizeof(double)));
     for (int32_t i = 0; i < K; ++i) Scale[i] = 1 / std::sqrt(1 - Lambda[i] * Lambda[i]);
 }
 

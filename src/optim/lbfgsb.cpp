@@ -125,8 +125,14 @@ extern "C" LbfgsbState* LBFGSBStart(int32_t n, int32_t m, const double* l, const
     // solver indexes: none is allocated, and the first step reports it.
     const uint32_t un = static_cast<uint32_t>(n), um = static_cast<uint32_t>(m);
     const auto wa_count = static_cast<int32_t>((11 * um + 2 * (un + 4)) * um + 5 * un);
-    const int64_t exact_count = (11 * int64_t(m) + 2 * (int64_t(n) + 4)) * m + 5 * int64_t(n);
-    s->wa = n > 0 && m > 0 && exact_count != wa_count ? nullptr : allocate<double>(wa_count);
+    // The exact count overflows even 64 bits for m near 2^31: such a count
+    // certainly differs from the wrapped one.
+    int64_t exact_count = 0;
+    const bool exact_fits =
+        !__builtin_mul_overflow(11 * int64_t(m) + 2 * (int64_t(n) + 4), int64_t(m), &exact_count) &&
+        !__builtin_add_overflow(exact_count, 5 * int64_t(n), &exact_count);
+    s->wa = n > 0 && m > 0 && (!exact_fits || exact_count != wa_count) ? nullptr
+                                                                        : allocate<double>(wa_count);
     s->iwa = allocate<int32_t>(3 * static_cast<int64_t>(n));
 
     copy_doubles(s->l, l, n);

@@ -293,6 +293,23 @@ struct ThrowRow {
 
 constexpr int kSentinel = 12345;
 
+TEST(DiscreteIdentities, QuantilesBeyondTwoToThe53AreTheContinuousRoot)
+{
+    // From 2^53 on every double is a count and one count less is the same
+    // double; Boost's one-count rounding walk never ended there. The upper
+    // quantile of a Poisson mean of 1e17 at 0.3 is mean + z sqrt(mean),
+    // z = 0.5244 (normal to 1e-8 at this mean).
+    const double mean = 1e17, z = 0.52440051270804067;
+    for (int32_t round_up : {0, 1}) {
+        SCOPED_TRACE(round_up);
+        const double q = PoissonICDF(0.3, mean, 1, round_up);
+        EXPECT_NEAR(q, mean + z * std::sqrt(mean), 1e-8 * mean);
+        EXPECT_EQ(q, std::floor(q));
+    }
+    const double huge = PoissonICDF(1e-5, 3.3356512311686063e+151, 1, 1);
+    EXPECT_NEAR(huge / 3.3356512311686063e+151, 1.0, 1e-12);
+}
+
 TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
 {
     const std::string bin = "Error in function boost::math::binomial_distribution<double>::";

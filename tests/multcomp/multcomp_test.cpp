@@ -297,7 +297,7 @@ TEST(MultcompIdentities, SquaringAndPowerPathsAgreeWithADirectPower)
     // With lambda = 0 every node sees D = Phi(d) - 1/2, so the studentized
     // range's conditional probability is K (Phi(d) - 1/2)^(K-1): K = 3 takes
     // the squaring, K = 4 and 5 the power function.
-    const double zero[] = {0.0};
+    const double zero[5] = {};  // one lambda per group
     for (int k : {3, 4, 5}) {
         for (double q : {0.5, 1.5, 2.5, 3.5}) {
             SCOPED_TRACE(testing::Message() << "k " << k << " q " << q);

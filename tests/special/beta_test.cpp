@@ -348,4 +348,35 @@ TEST(BetaContract, ErrnoExportsNeverThrowForBadArguments)
             }
 }
 
+TEST(BetaContract, FailedNewtonIterationIsEdomNotAnException)
+{
+    // Boost's Newton iteration inside the inverse raises evaluation_error with
+    // its default policy for these (a bracket in the wrong order, no root in
+    // sight); under the errno policy that is EDOM and NaN.
+    struct Row {
+        double a, b, p;
+    };
+    const Row rows[] = {{2.2250738585072014e-308, 9605.5, 7.2911289728372073e-304},
+                        {40.15625, 1e300, 0.125},
+                        {1.7976931348623157e+308, 461.71875, 0.00083315372467041016}};
+    for (const Row& r : rows) {
+        SCOPED_TRACE(testing::Message() << r.a << " " << r.b << " " << r.p);
+        const bool lower_fails = r.b == 1e300;
+        double x = 0, y = 0;
+        const auto [v, err] = with_errno([&] {
+            return lower_fails ? InverseBetaRegularized2(r.a, r.b, r.p, &x, &y)
+                               : InverseBetaRegularizedC2(r.a, r.b, r.p, &x, &y);
+        });
+        EXPECT_TRUE(std::isnan(v));
+        EXPECT_TRUE(std::isnan(x));
+        EXPECT_EQ(err, EDOM);
+        const auto [v1, err1] = with_errno([&] {
+            return lower_fails ? InverseBetaRegularized(r.a, r.b, r.p)
+                               : InverseBetaRegularizedC(r.a, r.b, r.p);
+        });
+        EXPECT_TRUE(std::isnan(v1));
+        EXPECT_EQ(err1, EDOM);
+    }
+}
+
 }  // namespace

@@ -1,0 +1,35 @@
+// Discrete quantiles beyond 2^53.
+//
+// Boost 1.74 rounds a discrete quantile to a count by walking from the
+// continuous root one count at a time (round_to_ceil, round_to_floor) until
+// the distribution function changes. From 2^53 on, one count less is the same
+// double, so that walk never ends: a Poisson mean of 1e17 or a binomial of
+// 1e300 trials hung the quantile exports. Every double of that size is a
+// count already, so rounding is the identity there: such a quantile is the
+// continuous root, found with the discrete_quantile<real> policy.
+#pragma once
+
+#include <cmath>
+
+#include <boost/math/policies/policy.hpp>
+
+namespace kcm {
+
+// 2^53: from here on every double is an integer.
+constexpr double kExactIntegers = 9007199254740992.0;
+
+// The throwing policy with the discrete quantile left unrounded.
+using ThrowingUnrounded =
+    boost::math::policies::policy<boost::math::policies::discrete_quantile<
+        boost::math::policies::real>>;
+
+// The unrounded quantile of `dist` at p in the tail `upper` when it lies at or
+// beyond 2^53 (*q set, true), false when the rounding walk is safe.
+template <class Dist>
+bool quantile_beyond_exact_integers(const Dist& dist, double p, bool upper, double* q)
+{
+    *q = upper ? quantile(complement(dist, p)) : quantile(dist, p);
+    return !(std::fabs(*q) < kExactIntegers);
+}
+
+}  // namespace kcm

@@ -6,7 +6,10 @@ is evaluated through the Python binding (the export named in `function`, its
 arguments taken in order from the numeric columns between the two) and the
 error is expressed in units in the last place of the expected value. Prints a
 Markdown table per file: export, rows, maximum error in ulps, and the
-corresponding number of correct significant digits.
+corresponding number of correct significant digits. Rows beyond 1e6 ulps
+(about 2e-10 relative: the far-tail rows where Boost itself fails, which the
+tests print rather than assert) are counted apart, and the maximum is also
+given over the remaining rows.
 
     PYTHONPATH=python /usr/bin/python3 tools/accuracy.py [tests/data/*.csv]
 
@@ -23,6 +26,15 @@ import korvane_core_math as kcm
 from korvane_core_math import _native
 
 ROOT = Path(__file__).resolve().parent.parent
+
+
+# Errors beyond this many ulps are the known failures of the underlying
+# evaluation in the far tails, reported apart.
+FAR_ULPS = 1e6
+
+
+def digits(w):
+    return "all" if w <= 0.5 else ("0" if math.isinf(w) else f"{max(0.0, 15.65 - math.log10(w)):.1f}")
 
 
 def ulps(got, want):
@@ -64,8 +76,9 @@ def measure(path):
         except (KeyError, ValueError, TypeError, StopIteration):
             continue
         e = ulps(got, float(row["expected"]))
-        n, w = worst.get(name, (0, 0.0))
-        worst[name] = (n + 1, max(w, e))
+        n, w, k, wk = worst.get(name, (0, 0.0, 0, 0.0))
+        far = e > FAR_ULPS
+        worst[name] = (n + 1, max(w, e), k + far, wk if far else max(wk, e))
     return worst
 
 
@@ -77,10 +90,10 @@ def main(paths):
         if worst is None:
             print(f"{path.name}: skipped (no function/expected columns)\n")
             continue
-        print(f"### {path.name}\n\n| export | rows | max error (ulp) | correct digits |\n|---|---|---|---|")
-        for name, (n, w) in sorted(worst.items()):
-            digits = "all" if w <= 0.5 else ("0" if math.isinf(w) else f"{max(0.0, 15.65 - math.log10(w)):.1f}")
-            print(f"| `{name}` | {n} | {w:.3g} | {digits} |")
+        print(f"### {path.name}\n\n| export | rows | max error (ulp) | correct digits "
+              f"| rows > 1e6 ulp | max of the others (ulp) | their digits |\n|---|---|---|---|---|---|---|")
+        for name, (n, w, k, wk) in sorted(worst.items()):
+            print(f"| `{name}` | {n} | {w:.3g} | {digits(w)} | {k} | {wk:.3g} | {digits(wk)} |")
         print()
 
 

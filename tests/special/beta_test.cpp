@@ -15,6 +15,7 @@
 #include <boost/math/policies/error_handling.hpp>
 
 #include "korvane/core_math.h"
+#include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
 
@@ -24,8 +25,6 @@ using namespace kcm::test;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr int kKeep = -1;  // errno must keep the sentinel
-constexpr int kSentinel = 12345;
 
 // Tolerance rung per export. Boost evaluates doubles in long double, so the
 // largest errors measured against the table (mpmath, 45 digits) are below one
@@ -229,13 +228,6 @@ TEST(BetaPointers, InvalidArgumentsStoreNaNAndLeaveTheComplementAlone)
 
 // ---- Error contract ------------------------------------------------------------
 
-struct ContractRow {
-    const char* call;
-    std::function<double()> f;
-    double expected;  // NaN matches NaN
-    int expected_errno;
-};
-
 TEST(BetaContract, BadInputGetsTheDefinedAnswer)
 {
     const ContractRow rows[] = {
@@ -277,20 +269,8 @@ TEST(BetaContract, BadInputGetsTheDefinedAnswer)
         {"BetaRegularized(2, 3, 0)", [] { return BetaRegularized(2, 3, 0); }, 0.0, kKeep},
         {"BetaRegularizedC(2, 3, 1)", [] { return BetaRegularizedC(2, 3, 1); }, 0.0, kKeep},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        const auto [value, err] = with_errno(row.f, kSentinel);
-        EXPECT_REL_NEAR(value, row.expected, 0.0);
-        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
-    }
+    for (const auto& row : rows) expect_contract(row);
 }
-
-struct ThrowRow {
-    const char* call;
-    std::function<double()> f;
-    enum { kDomain, kOverflow, kEvaluation } type;
-    const char* message_part;
-};
 
 TEST(BetaContract, ThrowingExportsRaiseTheNamedException)
 {
@@ -329,22 +309,7 @@ TEST(BetaContract, ThrowingExportsRaiseTheNamedException)
         {"BetaRegularizedC(2, -3, 0.5)", [] { return BetaRegularizedC(2, -3, 0.5); }, ThrowRow::kDomain,
          "ibeta"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        try {
-            row.f();
-            ADD_FAILURE() << "returned instead of throwing";
-        } catch (const std::domain_error& e) {
-            EXPECT_EQ(row.type, ThrowRow::kDomain) << e.what();
-            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
-        } catch (const std::overflow_error& e) {
-            EXPECT_EQ(row.type, ThrowRow::kOverflow) << e.what();
-            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
-        } catch (const boost::math::evaluation_error& e) {
-            EXPECT_EQ(row.type, ThrowRow::kEvaluation) << e.what();
-            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
-        }
-    }
+    for (const auto& row : rows) expect_throws(row);
 }
 
 TEST(BetaContract, ShapesBeyondTheEvaluatedRangeAreAFailedEvaluation)
@@ -362,12 +327,7 @@ TEST(BetaContract, ShapesBeyondTheEvaluatedRangeAreAFailedEvaluation)
         {"BetaCDF(0.5, 1e12, 1e12, 0)", [] { return BetaCDF(0.5, 1e12, 1e12, 0); }, 0.5, kKeep},
         {"BetaCDF(0.5, 1.000001e12, 1e12, 0)", [] { return BetaCDF(0.5, 1.000001e12, 1e12, 0); }, kNaN, EDOM},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        const auto [value, err] = with_errno(row.f, kSentinel);
-        EXPECT_REL_NEAR(value, row.expected, 1e-7);
-        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
-    }
+    for (const auto& row : rows) expect_contract(row, 1e-7);
 }
 
 // Bad arguments are reported through errno, never by an exception. (Shapes

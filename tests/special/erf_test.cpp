@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "korvane/core_math.h"
+#include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
 
@@ -116,15 +117,6 @@ TEST(ErfNormalIdentities, AnyNonzeroTailByteIsTheUpperTail)
 
 // The error contract: each row is a call, the value it must return and the
 // errno it must leave (kKeep: the sentinel survives, errno untouched).
-constexpr int kKeep = -1;
-constexpr int kSentinel = 12345;
-
-struct ContractRow {
-    const char* call;
-    std::function<double()> f;
-    double expected;  // NaN matches NaN
-    int expected_errno;
-};
 
 TEST(ErfNormalContract, BadInputGetsTheDefinedAnswer)
 {
@@ -176,12 +168,7 @@ TEST(ErfNormalContract, BadInputGetsTheDefinedAnswer)
         {"NormalICDF(0.5, 0, 0, 0)", [] { return NormalICDF(0.5, 0, 0, 0); }, kNaN, EDOM},
         {"NormalICDF(0.5, NaN, 1, 0)", [] { return NormalICDF(0.5, kNaN, 1, 0); }, kNaN, EDOM},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        const auto [value, err] = with_errno(row.f, kSentinel);
-        EXPECT_REL_NEAR(value, row.expected, 0.0);
-        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
-    }
+    for (const auto& row : rows) expect_contract(row);
 }
 
 TEST(ErfNormalContract, ExtremeScalesKeepTheirLimits)
@@ -202,12 +189,7 @@ TEST(ErfNormalContract, ExtremeScalesKeepTheirLimits)
         {"NormalICDF(0.999, 0, 1e308, 0)", [] { return NormalICDF(0.999, 0, 1e308, 0); }, kInf, ERANGE},
         {"NormalICDF(0.999, 0, 1e308, 1)", [] { return NormalICDF(0.999, 0, 1e308, 1); }, -kInf, ERANGE},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        const auto [value, err] = with_errno(row.f, kSentinel);
-        EXPECT_REL_NEAR(value, row.expected, 1e-12);
-        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
-    }
+    for (const auto& row : rows) expect_contract(row, 1e-12);
 }
 
 TEST(ErfNormalContract, NothingThrowsForAnyDouble)

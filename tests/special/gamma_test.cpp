@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "korvane/core_math.h"
+#include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
 
@@ -164,15 +165,6 @@ TEST(GammaIdentities, RecurrenceAndLogarithm)
 
 // ---- Error contract ---------------------------------------------------------------
 
-constexpr int kKeep = -1;  // errno must keep the sentinel
-constexpr int kSentinel = 12345;
-
-struct ContractRow {
-    const char* call;
-    std::function<double()> f;
-    double expected;  // NaN matches NaN
-    int expected_errno;
-};
 
 TEST(GammaContract, BadInputGetsTheDefinedAnswer)
 {
@@ -234,22 +226,10 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
         {"GammaLn(1)", [] { return GammaLn(1); }, 0.0, kKeep},
         {"GammaLn(2)", [] { return GammaLn(2); }, 0.0, kKeep},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        const auto [value, err] = with_errno(row.f, kSentinel);
-        EXPECT_REL_NEAR(value, row.expected, 0.0);
-        EXPECT_EQ(err, row.expected_errno == kKeep ? kSentinel : row.expected_errno);
-    }
+    for (const auto& row : rows) expect_contract(row);
 }
 
 // The throwing exports: the exception type, and the function its message names.
-struct ThrowRow {
-    const char* call;
-    std::function<double()> f;
-    enum { kDomain, kOverflow } type;
-    const char* message_part;
-};
-
 TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
 {
     const ThrowRow rows[] = {
@@ -292,20 +272,7 @@ TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
         {"GammaDerivative(0.01, 5e-324)", [] { return GammaDerivative(0.01, 5e-324); },
          ThrowRow::kOverflow, "gamma_p_derivative"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.call);
-        errno = kSentinel;
-        try {
-            row.f();
-            ADD_FAILURE() << "returned instead of throwing";
-        } catch (const std::domain_error& e) {
-            EXPECT_EQ(row.type, ThrowRow::kDomain) << e.what();
-            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
-        } catch (const std::overflow_error& e) {
-            EXPECT_EQ(row.type, ThrowRow::kOverflow) << e.what();
-            EXPECT_NE(std::string(e.what()).find(row.message_part), std::string::npos) << e.what();
-        }
-    }
+    for (const auto& row : rows) expect_throws(row);
 }
 
 TEST(GammaContract, ErrnoExportsNeverThrow)

@@ -33,7 +33,8 @@ extern "C" double GammaPDF(double x, double shape, double scale)
     const double r = guard_overflow(
         evaluate([&] { return boost::math::gamma_p_derivative(shape, x / scale, pol::Errno()); },
                  x, shape, scale));
-    return r / scale;
+    // A tiny scale can carry a finite r beyond the double range.
+    return guard_overflow(r / scale);
 }
 
 // x = +inf is refused (NaN, EDOM) rather than mapped to 1; this is deliberate.

@@ -594,4 +594,14 @@ TEST(ContinuousContract, FailedNewtonIterationIsEdomNotAnException)
     EXPECT_EQ(err, EDOM);
 }
 
+TEST(ContinuousContract, GammaDensityOverflowingThroughItsScaleIsErange)
+{
+    // gamma_p_derivative(1/2, 1.26e-8) is about 5e3, finite; divided by a
+    // scale of 5.4e-312 the density is 9e314, beyond the double range.
+    const auto [v, err] =
+        with_errno([] { return GammaPDF(6.8551608360472958e-320, 0.5, 5.4323092248661565e-312); });
+    EXPECT_EQ(v, std::numeric_limits<double>::infinity());
+    EXPECT_EQ(err, ERANGE);
+}
+
 }  // namespace

@@ -1,7 +1,8 @@
 // Every scalar export with decoded arguments: special functions, continuous
-// and discrete distributions, Fisher's noncentral hypergeometric (urns of at
-// most kMaxUrn items), Kolmogorov (samples of at most kMaxSample) and the
-// multiple comparisons (at most kMaxGroups groups). The first byte picks the
+// and discrete distributions (hypergeometric urns bounded as HyperCount says),
+// Fisher's noncentral hypergeometric (urns of at most kMaxUrn items),
+// Kolmogorov (samples of at most kMaxSample) and the multiple comparisons (at
+// most kMaxGroups groups). The first byte picks the
 // export; each outcome is checked against the error contract in decode.h.
 #include "decode.h"
 
@@ -17,6 +18,16 @@ namespace {
 constexpr int32_t kMaxUrn = 3000;
 constexpr double kMaxSample = 1e5;
 constexpr int32_t kMaxGroups = 6;
+
+// Hypergeometric counts keep the low 32 bits of their truncation. Counts of
+// 2^31 and more are refused at once and stay; below that Boost's quantile
+// walks the support one count at a time, so larger counts become kMaxHyperUrn.
+constexpr uint32_t kMaxHyperUrn = 100000;
+double HyperCount(double v) {
+    if (!std::isfinite(v) || std::fabs(v) >= 9.2e18) return v;
+    const uint32_t count = static_cast<uint32_t>(static_cast<int64_t>(v));
+    return count > kMaxHyperUrn && count < 2147483648u ? kMaxHyperUrn : v;
+}
 
 // Kolmogorov sample sizes: any special value, finite ones bounded.
 double SampleSize(double n) {
@@ -316,17 +327,17 @@ const Entry kEntries[] = {
                [&] { return PoissonICDF(a0, a1, a2, a3); });
     }},
     {"HypergeometricPDF", [](Decoder& d) {
-        const double a0 = d.real(); const double a1 = d.real(); const double a2 = d.real(); const double a3 = d.real();
+        const double a0 = d.real(); const double a1 = HyperCount(d.real()); const double a2 = HyperCount(d.real()); const double a3 = HyperCount(d.real());
         Scalar("HypergeometricPDF", d, Errno::kThrowing, kBoostThrows | kRounding, std::isnan(a0) || std::isnan(a1) || std::isnan(a2) || std::isnan(a3),
                [&] { return HypergeometricPDF(a0, a1, a2, a3); });
     }},
     {"HypergeometricCDF", [](Decoder& d) {
-        const double a0 = d.real(); const double a1 = d.real(); const double a2 = d.real(); const double a3 = d.real(); const unsigned char a4 = d.byte();
+        const double a0 = d.real(); const double a1 = HyperCount(d.real()); const double a2 = HyperCount(d.real()); const double a3 = HyperCount(d.real()); const unsigned char a4 = d.byte();
         Scalar("HypergeometricCDF", d, Errno::kThrowing, kBoostThrows | kRounding, std::isnan(a0) || std::isnan(a1) || std::isnan(a2) || std::isnan(a3),
                [&] { return HypergeometricCDF(a0, a1, a2, a3, a4); });
     }},
     {"HypergeometricICDF", [](Decoder& d) {
-        const double a0 = d.real(); const double a1 = d.real(); const double a2 = d.real(); const double a3 = d.real(); const unsigned char a4 = d.byte();
+        const double a0 = d.real(); const double a1 = HyperCount(d.real()); const double a2 = HyperCount(d.real()); const double a3 = HyperCount(d.real()); const unsigned char a4 = d.byte();
         Scalar("HypergeometricICDF", d, Errno::kThrowing, kBoostThrows | kRounding, std::isnan(a0) || std::isnan(a1) || std::isnan(a2) || std::isnan(a3),
                [&] { return HypergeometricICDF(a0, a1, a2, a3, a4); });
     }},

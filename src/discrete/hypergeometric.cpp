@@ -12,6 +12,7 @@
 // 1.74 converts it with rounding errors ignored, so a non-finite x or one
 // beyond the int range would surface as a domain error ("must be an integer")
 // or a wrong count; the exports raise Boost's rounding error for those first.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -37,12 +38,31 @@ constexpr double kInt64High = 9223372036854775808.0;
 constexpr int64_t kInt64Indefinite = std::numeric_limits<int64_t>::min();
 // The variate's truncation must fit an int of either sign.
 constexpr double kVariateLimit = 2147483647.0;
+// Boost forms the support's lower end as (int)(n + r) - (int)N: an urn of 2^31
+// items or more has no correct evaluation there (its quantile walks round the
+// 32-bit range for hours). Such urns are refused as out of range.
+constexpr uint32_t kLargestUrn = 2147483647;
+constexpr const char* kConstructorName =
+    "boost::math::hypergeometric_distribution<%1%>::hypergeometric_distribution";
 
 uint32_t to_count(double v)
 {
     const int64_t t = (v >= kInt64Low && v < kInt64High) ? static_cast<int64_t>(v)
                                                           : kInt64Indefinite;
     return static_cast<uint32_t>(t);  // the low 32 bits
+}
+
+// The distribution after Boost's own checks (r <= N, then n <= N) and the
+// urn-size limit.
+template <class Distribution>
+Distribution make_distribution(double r, double n, double N)
+{
+    const Distribution dist(to_count(r), to_count(n), to_count(N));
+    if (dist.total() > kLargestUrn)
+        boost::math::policies::raise_domain_error<double>(
+            kConstructorName, "Parameter N out of range: must be <= 2147483647 but got %1%",
+            double(dist.total()), pol::Throwing());
+    return dist;
 }
 
 // Raises the rounding errors of trunc (non-finite x) and itrunc (|trunc x|
@@ -59,14 +79,14 @@ void check_variate(double x)
 
 extern "C" double HypergeometricPDF(double x, double r, double n, double N)
 {
-    const Hypergeometric dist(to_count(r), to_count(n), to_count(N));
+    const auto dist = make_distribution<Hypergeometric>(r, n, N);
     check_variate(x);
     return pdf(dist, x);
 }
 
 extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsigned char upper)
 {
-    const Hypergeometric dist(to_count(r), to_count(n), to_count(N));
+    const auto dist = make_distribution<Hypergeometric>(r, n, N);
     check_variate(x);
     return is_upper_tail(upper) ? cdf(complement(dist, x)) : cdf(dist, x);
 }
@@ -77,6 +97,10 @@ extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsi
 // min(r, n).
 extern "C" double HypergeometricICDF(double p, double r, double n, double N, unsigned char upper)
 {
-    const HypergeometricRoundUp dist(to_count(r), to_count(n), to_count(N));
+    const auto dist = make_distribution<HypergeometricRoundUp>(r, n, N);
+    // A support of one count is that count for every p; Boost would walk the
+    // 32-bit range looking for it. An invalid p still goes to Boost's check.
+    const int64_t lowest = std::max<int64_t>(int64_t(dist.sample_count()) + dist.defective() - dist.total(), 0);
+    if (lowest == std::min(dist.defective(), dist.sample_count()) && p >= 0 && p <= 1) return double(lowest);
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
 }

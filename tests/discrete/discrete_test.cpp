@@ -254,6 +254,30 @@ TEST(DiscreteIdentities, HypergeometricSupportOfBillionCountUrns)
     EXPECT_THROW(HypergeometricCDF(1e9 - 1, 1.5e9, 1.5e9, 2e9, 0), std::domain_error);
 }
 
+TEST(DiscreteIdentities, HypergeometricUrnsOf2To31ItemsAreRefused)
+{
+    // Boost's int arithmetic of the support has no correct evaluation for such
+    // urns; a negative count is one way to reach them (its low 32 bits).
+    for (const double N : {2147483648.0, 4294967295.0, -3.5, -409.6}) {
+        SCOPED_TRACE(N);
+        EXPECT_THROW(HypergeometricICDF(0.05, 10, 10, N, 0), std::domain_error);
+        EXPECT_THROW(HypergeometricPDF(0, 1, 1, N), std::domain_error);
+        EXPECT_THROW(HypergeometricCDF(0, 1, 1, N, 1), std::domain_error);
+    }
+    try {
+        HypergeometricPDF(0, 1, 1, -3.5);
+    } catch (const std::domain_error& e) {
+        EXPECT_NE(std::string(e.what()).find("Parameter N out of range: must be <= 2147483647 but got 4294967293"),
+                  std::string::npos) << e.what();
+    }
+    // r <= N and n <= N are still checked first.
+    EXPECT_THROW(HypergeometricPDF(0, 5, 1, 3), std::domain_error);
+    // 2^31 - 1 items are evaluated, and a support of one count is that count.
+    EXPECT_EQ(HypergeometricICDF(0.3, 0, 3, 2147483647.0, 0), 0.0);
+    EXPECT_EQ(HypergeometricICDF(0.3, 7, 2147483647.0, 2147483647.0, 1), 7.0);
+    EXPECT_THROW(HypergeometricICDF(1.5, 0, 3, 2147483647.0, 0), std::domain_error);
+}
+
 TEST(DiscreteIdentities, AnyNonzeroTailByteIsTheUpperTail)
 {
     for (unsigned char tail : {1, 2, 128, 255}) {

@@ -49,6 +49,40 @@ bool lower_triangle_is_finite(const double* a, MKL_INT n, MKL_INT lda)
     return true;
 }
 
+// Whether the m x n matrix a holds only finite numbers; arguments DGESDD is
+// about to reject count as finite (it returns before reading a).
+bool general_matrix_is_finite(const double* a, const MatrixDescriptor* da)
+{
+    if (da->rows < 0 || da->cols < 0 || da->ld < std::max<MKL_INT>(1, da->rows)) return true;
+    for (MKL_INT j = 0; j < da->cols; ++j)
+        for (MKL_INT i = 0; i < da->rows; ++i)
+            if (!std::isfinite(a[i + static_cast<std::size_t>(j) * da->ld])) return false;
+    return true;
+}
+
+// DGESDD never returns on a matrix holding a NaN or an infinity. Such a matrix
+// is reported as not converged (INFO = 1) with NaN singular values and
+// vectors, once its arguments have passed DGESDD's own checks (a workspace
+// query, which does not read A).
+int32_t non_finite_svd(const char* jobz, double* a, const MatrixDescriptor* da, double* s,
+                       double* u, const MatrixDescriptor* du, double* vt,
+                       const MatrixDescriptor* dvt)
+{
+    double work_size = 0.0;
+    MKL_INT info = 0;
+    dgesdd(jobz, &da->rows, &da->cols, a, &da->ld, s, u, &du->ld, vt, &dvt->ld, &work_size,
+           &kWorkspaceQuery, shared_workspace.iwork, &info);
+    if (info != 0) return info;
+    const bool all = jobz == kAllVectors;
+    const MKL_INT m = da->rows, n = da->cols, k = std::min(m, n);
+    const MKL_INT ucols = all ? m : k, vtrows = all ? n : k;
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    std::fill_n(s, k, nan);
+    for (MKL_INT j = 0; j < ucols; ++j) std::fill_n(u + static_cast<std::size_t>(j) * du->ld, m, nan);
+    for (MKL_INT j = 0; j < n; ++j) std::fill_n(vt + static_cast<std::size_t>(j) * dvt->ld, vtrows, nan);
+    return 1;
+}
+
 }  // namespace
 
 // Reads only the lower triangle of A (order da->cols) and destroys it. The
@@ -101,6 +135,7 @@ extern "C" int32_t EigenSymmetric(double* a, const MatrixDescriptor* da, double*
 extern "C" int32_t FullSVD(double* a, const MatrixDescriptor* da, double* s, double* u,
                            const MatrixDescriptor* du, double* vt, const MatrixDescriptor* dvt)
 {
+    if (!general_matrix_is_finite(a, da)) return non_finite_svd(kAllVectors, a, da, s, u, du, vt, dvt);
     MKL_INT info = 0;
     dgesdd(kAllVectors, &da->rows, &da->cols, a, &da->ld, s, u, &du->ld, vt, &dvt->ld,
            shared_workspace.work, &shared_workspace.lwork, shared_workspace.iwork, &info);
@@ -111,6 +146,7 @@ extern "C" int32_t FullSVD(double* a, const MatrixDescriptor* da, double* s, dou
 extern "C" int32_t ThinSVD(double* a, const MatrixDescriptor* da, double* s, double* u,
                            const MatrixDescriptor* du, double* vt, const MatrixDescriptor* dvt)
 {
+    if (!general_matrix_is_finite(a, da)) return non_finite_svd(kLeadingVectors, a, da, s, u, du, vt, dvt);
     // The query's INFO is not examined: an illegal argument leaves the size at
     // 0 and the second call reports it.
     double work_size = 0.0;

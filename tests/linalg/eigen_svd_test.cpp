@@ -211,6 +211,37 @@ TEST(SvdBehaviour, SixByThreeShapes)
     for (int k = 0; k < 3; ++k) EXPECT_NEAR(thin.s[k], full.s[k], 16 * kEps * full.s[0]);
 }
 
+TEST(SvdBehaviour, NonFiniteEntriesAreReportedAsNotConverged)
+{
+    // DGESDD would never return on these: INFO 1, NaN values and vectors in
+    // their shapes, the spare row of each leading dimension untouched.
+    for (const bool full : {false, true}) {
+        SCOPED_TRACE(full);
+        Matrix a(2, 7, 3, 0, 0.0);
+        a(0, 0) = NAN;
+        a(1, 0) = -INFINITY;
+        const int vtrows = full ? 7 : 2;
+        std::vector<double> s(2, 7.0);
+        Matrix u(2, 2, 3, 0, 7.0), vt(vtrows, 7, vtrows + 1, 0, 7.0);
+        const int32_t info = (full ? FullSVD : ThinSVD)(a.at00(), a.desc(), s.data(), u.at00(),
+                                                        u.desc(), vt.at00(), vt.desc());
+        EXPECT_EQ(info, 1);
+        for (double v : s) EXPECT_TRUE(std::isnan(v));
+        for (int j = 0; j < 2; ++j) {
+            for (int i = 0; i < 2; ++i) EXPECT_TRUE(std::isnan(u(i, j)));
+            EXPECT_EQ(u(2, j), 7.0);
+        }
+        for (int j = 0; j < 7; ++j) {
+            for (int i = 0; i < vtrows; ++i) EXPECT_TRUE(std::isnan(vt(i, j)));
+            EXPECT_EQ(vt(vtrows, j), 7.0);
+        }
+    }
+    // The argument checks still come first.
+    Matrix a(2, 7, 3, 0, NAN);
+    a.ld = 1;
+    EXPECT_EQ(svd(a, false).info, -5);
+}
+
 TEST(SvdBehaviour, OffsetsAreIgnored)
 {
     const Matrix a = random_matrix(5, 4, 8200);

@@ -14,7 +14,6 @@
 
 #include <boost/math/distributions/binomial.hpp>
 
-#include "discrete/large_quantile.hpp"
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
 
@@ -23,18 +22,29 @@ namespace {
 using namespace kcm;
 using boost::math::binomial_distribution;
 
+// The binomial distribution function is the incomplete beta function with
+// shapes near k and n - k, which is not evaluated beyond kLargestBetaShape
+// (Boost 1.74 is inaccurate there and from 1e16 on does not finish). Such a
+// number of trials raises evaluation_error, once the constructor and the
+// variate or probability have passed Boost's own checks.
+void require_evaluable_trials(double n, double value, double lowest, double highest,
+                              const char* function)
+{
+    if (n > kLargestBetaShape && value >= lowest && value <= highest)
+        boost::math::policies::raise_evaluation_error<double>(
+            function, "Number of trials %1% is beyond the range the incomplete beta function is evaluated in.",
+            n, pol::Throwing());
+}
+
 template <class Policy>
 double binomial_quantile(double p, double n, double prob, unsigned char upper)
 {
     // The constructor checks the success fraction, then the number of trials;
     // quantile then checks p.
     const binomial_distribution<double, Policy> dist(n, prob);
-    // A quantile never exceeds n: below 2^53 trials the rounding walk is safe.
-    double q;
-    if (n >= kExactIntegers &&
-        quantile_beyond_exact_integers(binomial_distribution<double, ThrowingUnrounded>(n, prob), p,
-                                       is_upper_tail(upper), &q))
-        return q;
+    require_evaluable_trials(n, p, 0, 1, "boost::math::quantile(const binomial_distribution<%1%>&, %1%)");
+    // A quantile never exceeds n <= 1e12 < 2^53: Boost's one-count rounding
+    // walk always ends.
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
 }
 
@@ -49,6 +59,7 @@ extern "C" double BinomialPDF(double k, double n, double prob)
 extern "C" double BinomialCDF(double k, double n, double prob, unsigned char upper)
 {
     const binomial_distribution<double, pol::Throwing> dist(n, prob);
+    require_evaluable_trials(n, k, 0, n, "boost::math::cdf(const binomial_distribution<%1%>&, %1%)");
     return is_upper_tail(upper) ? cdf(complement(dist, k)) : cdf(dist, k);
 }
 
@@ -69,6 +80,8 @@ extern "C" double BinomialICDF(double p, double n, double prob, unsigned char up
 extern "C" double BinomialPS(double alpha, double k, double n, int32_t which)
 {
     using Dist = binomial_distribution<double, pol::Throwing>;
+    if ((which == 0 || which == 1) && alpha > 0 && alpha < 1)
+        require_evaluable_trials(n, k, 0, n, "boost::math::binomial_distribution<%1%>::find_bound_on_p");
     if (which == 0) return Dist::find_lower_bound_on_p(n, k, alpha);
     if (which == 1) return Dist::find_upper_bound_on_p(n, k, alpha);
     return -1.0;

@@ -3,10 +3,11 @@
 // Boost 1.74 rounds a discrete quantile to a count by walking from the
 // continuous root one count at a time (round_to_ceil, round_to_floor) until
 // the distribution function changes. From 2^53 on, one count less is the same
-// double, so that walk never ends: a Poisson mean of 1e17 or a binomial of
-// 1e300 trials hung the quantile exports. Every double of that size is a
-// count already, so rounding is the identity there: such a quantile is the
-// continuous root, found with the discrete_quantile<real> policy.
+// double, so that walk never ends: a Poisson mean of 1e17 hung the quantile
+// export (a binomial never gets there: trials beyond 1e12 are refused). Every
+// double of that size is a count already, so rounding is the identity there:
+// such a quantile is the continuous root, found with the
+// discrete_quantile<real> policy.
 #pragma once
 
 #include <cmath>

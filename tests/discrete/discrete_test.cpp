@@ -334,6 +334,19 @@ TEST(DiscreteIdentities, QuantilesBeyondTwoToThe53AreTheContinuousRoot)
     EXPECT_NEAR(huge / 3.3356512311686063e+151, 1.0, 1e-12);
 }
 
+TEST(DiscreteContract, BinomialTrialsBeyond1e12AreAFailedEvaluation)
+{
+    // Boost's incomplete beta function is inaccurate there and from 1e16 on
+    // never finishes; 1e12 itself is evaluated.
+    EXPECT_THROW(BinomialCDF(5e299, 1e300, 0.5, 0), boost::math::evaluation_error);
+    EXPECT_THROW(BinomialICDF(0.5, 1e300, 0.5, 1, 1), boost::math::evaluation_error);
+    EXPECT_THROW(BinomialPS(0.05, 5e15, 1e16, 0), boost::math::evaluation_error);
+    EXPECT_NEAR(BinomialCDF(5e11, 1e12, 0.5, 0), 0.5, 1e-6);
+    // Boost's own checks come first.
+    EXPECT_THROW(BinomialCDF(-1, 1e300, 0.5, 0), std::domain_error);
+    EXPECT_THROW(BinomialICDF(1.5, 1e300, 0.5, 0, 0), std::domain_error);
+}
+
 TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
 {
     const std::string bin = "Error in function boost::math::binomial_distribution<double>::";

@@ -52,12 +52,14 @@ double binomial_quantile(double p, double n, double prob, unsigned char upper)
 
 extern "C" double BinomialPDF(double k, double n, double prob)
 {
+    const ErrnoKept errno_kept;
     const binomial_distribution<double, pol::Throwing> dist(n, prob);
     return pdf(dist, k);
 }
 
 extern "C" double BinomialCDF(double k, double n, double prob, unsigned char upper)
 {
+    const ErrnoKept errno_kept;
     const binomial_distribution<double, pol::Throwing> dist(n, prob);
     require_evaluable_trials(n, k, 0, n, "boost::math::cdf(const binomial_distribution<%1%>&, %1%)");
     return is_upper_tail(upper) ? cdf(complement(dist, k)) : cdf(dist, k);
@@ -68,6 +70,7 @@ extern "C" double BinomialCDF(double k, double n, double prob, unsigned char upp
 extern "C" double BinomialICDF(double p, double n, double prob, unsigned char upper,
                                int32_t round_up)
 {
+    const ErrnoKept errno_kept;
     if (round_up == 0) return binomial_quantile<pol::ThrowingRoundDown>(p, n, prob, upper);
     return binomial_quantile<pol::ThrowingRoundUp>(p, n, prob, upper);
 }
@@ -79,6 +82,7 @@ extern "C" double BinomialICDF(double p, double n, double prob, unsigned char up
 // raises its own domain error).
 extern "C" double BinomialPS(double alpha, double k, double n, int32_t which)
 {
+    const ErrnoKept errno_kept;
     using Dist = binomial_distribution<double, pol::Throwing>;
     if ((which == 0 || which == 1) && alpha > 0 && alpha < 1)
         require_evaluable_trials(n, k, 0, n, "boost::math::binomial_distribution<%1%>::find_bound_on_p");

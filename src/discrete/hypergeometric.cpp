@@ -79,6 +79,7 @@ void check_variate(double x)
 
 extern "C" double HypergeometricPDF(double x, double r, double n, double N)
 {
+    const ErrnoKept errno_kept;
     const auto dist = make_distribution<Hypergeometric>(r, n, N);
     check_variate(x);
     return pdf(dist, x);
@@ -86,6 +87,7 @@ extern "C" double HypergeometricPDF(double x, double r, double n, double N)
 
 extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsigned char upper)
 {
+    const ErrnoKept errno_kept;
     const auto dist = make_distribution<Hypergeometric>(r, n, N);
     check_variate(x);
     return is_upper_tail(upper) ? cdf(complement(dist, x)) : cdf(dist, x);
@@ -97,6 +99,7 @@ extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsi
 // min(r, n).
 extern "C" double HypergeometricICDF(double p, double r, double n, double N, unsigned char upper)
 {
+    const ErrnoKept errno_kept;
     const auto dist = make_distribution<HypergeometricRoundUp>(r, n, N);
     // A support of one count is that count for every p; Boost would walk the
     // 32-bit range looking for it. An invalid p still goes to Boost's check.

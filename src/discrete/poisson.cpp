@@ -37,12 +37,14 @@ double poisson_quantile(double p, double mean, unsigned char upper)
 
 extern "C" double PoissonPDF(double k, double mean)
 {
+    const ErrnoKept errno_kept;
     const poisson_distribution<double, pol::Throwing> dist(mean);
     return pdf(dist, k);
 }
 
 extern "C" double PoissonCDF(double k, double mean, unsigned char upper)
 {
+    const ErrnoKept errno_kept;
     const poisson_distribution<double, pol::Throwing> dist(mean);
     return is_upper_tail(upper) ? cdf(complement(dist, k)) : cdf(dist, k);
 }
@@ -54,6 +56,7 @@ extern "C" double PoissonCDF(double k, double mean, unsigned char upper)
 // overflow error.
 extern "C" double PoissonICDF(double p, double mean, unsigned char upper, int32_t round_up)
 {
+    const ErrnoKept errno_kept;
     if (round_up == 0) return poisson_quantile<pol::ThrowingRoundDown>(p, mean, upper);
     return poisson_quantile<pol::ThrowingRoundUp>(p, mean, upper);
 }

@@ -106,6 +106,20 @@ inline bool beta_shape_too_large(double a, double b)
     return a > kLargestBetaShape || b > kLargestBetaShape;
 }
 
+// The throwing exports report through exceptions only: whatever the C library
+// records in errno during their evaluation (the ERANGE of an underflowing exp
+// inside a good result) is undone when the export returns or raises.
+class ErrnoKept {
+public:
+    ErrnoKept() : saved_(errno) {}
+    ~ErrnoKept() { errno = saved_; }
+    ErrnoKept(const ErrnoKept&) = delete;
+    ErrnoKept& operator=(const ErrnoKept&) = delete;
+
+private:
+    int saved_;
+};
+
 // The one-byte tail flag: zero is the lower tail, any other byte the upper.
 inline bool is_upper_tail(unsigned char flag) { return flag != 0; }
 

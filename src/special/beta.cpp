@@ -81,12 +81,14 @@ bool lower_inverse_arguments_ok(double a, double b, double p)
 
 extern "C" double Beta(double a, double b)
 {
+    const ErrnoKept errno_kept;
     // Non-positive a or b raises std::domain_error inside beta.
     return throw_on_overflow(throw_on_nan(boost::math::beta(a, b, pol::Throwing()), kBetaName, a, b), kBetaName);
 }
 
 extern "C" double BetaRegularized(double a, double b, double x)
 {
+    const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetaName);
     require_evaluable_shapes(a, b, kIbetaName);
     return throw_on_overflow(throw_on_nan(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x),
@@ -95,6 +97,7 @@ extern "C" double BetaRegularized(double a, double b, double x)
 
 extern "C" double BetaRegularizedC(double a, double b, double x)
 {
+    const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetacName);
     require_evaluable_shapes(a, b, kIbetacName);
     return throw_on_overflow(throw_on_nan(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x),

@@ -67,18 +67,21 @@ extern "C" double Gamma(double x)
 
 extern "C" double GammaLn(double x)
 {
+    const ErrnoKept errno_kept;
     // Poles (0 and the negative integers) raise std::domain_error inside lgamma.
     return throw_on_overflow(boost::math::lgamma(x, pol::Throwing()), kLgammaName);
 }
 
 extern "C" double GammaRegularized(double a, double x)
 {
+    const ErrnoKept errno_kept;
     return throw_on_overflow(
         throw_on_nan(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName, a, x), kGammaPName);
 }
 
 extern "C" double GammaRegularizedC(double a, double x)
 {
+    const ErrnoKept errno_kept;
     return throw_on_overflow(
         throw_on_nan(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName, a, x), kGammaQName);
 }
@@ -110,9 +113,14 @@ extern "C" double InverseGammaRegularizedC(double a, double q)
 
 extern "C" double GammaDerivative(double a, double x)
 {
+    const ErrnoKept errno_kept;
     const double d = boost::math::gamma_p_derivative(a, x, pol::Throwing());
     return throw_on_overflow(throw_on_nan(d, kGammaPDerivativeName, a, x), kGammaPDerivativeName);
 }
 
 // x < -1 raises std::domain_error, x = -1 std::overflow_error (log 0).
-extern "C" double LogXplus1(double x) { return boost::math::log1p(x, pol::Throwing()); }
+extern "C" double LogXplus1(double x)
+{
+    const ErrnoKept errno_kept;
+    return boost::math::log1p(x, pol::Throwing());
+}

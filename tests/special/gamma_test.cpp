@@ -223,6 +223,9 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
         {"LogXplus1(inf)", [] { return LogXplus1(kInf); }, kInf, kKeep},
         {"GammaRegularized(1, inf)", [] { return GammaRegularized(1, kInf); }, 1.0, kKeep},
         {"GammaRegularizedC(2, inf)", [] { return GammaRegularizedC(2, kInf); }, 0.0, kKeep},
+        // The throwing exports leave errno alone even where the C library
+        // reports an underflow inside the evaluation.
+        {"GammaRegularizedC(2, 1e5)", [] { return GammaRegularizedC(2, 1e5); }, 0.0, kKeep},
         {"GammaLn(1)", [] { return GammaLn(1); }, 0.0, kKeep},
         {"GammaLn(2)", [] { return GammaLn(2); }, 0.0, kKeep},
     };

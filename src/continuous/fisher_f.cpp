@@ -27,12 +27,14 @@ bool check_df(double df) { return check_positive_finite(df); }
 // degrees of freedom near the ends of the double range s^2 or df1 df2
 // overflows, or everything underflows, and the stated form is NaN: the factor
 // is then taken as (df1 / s)(df2 / s). What is still NaN (an infinite
-// derivative times a factor that is 0) is a domain error.
+// derivative times a factor that is 0) is a domain error, and a density
+// beyond the largest double (a huge factor times a large derivative) is +inf
+// with ERANGE.
 double finite_or_rescaled(double density, double df1, double df2, double s, double d)
 {
-    if (!std::isnan(density)) return density;
+    if (!std::isnan(density)) return guard_overflow(density);
     const double rescaled = (df1 / s) * (df2 / s) * d;
-    return std::isnan(rescaled) ? domain_nan() : rescaled;
+    return std::isnan(rescaled) ? domain_nan() : guard_overflow(rescaled);
 }
 
 }  // namespace

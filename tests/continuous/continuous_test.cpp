@@ -552,6 +552,7 @@ TEST(ContinuousContract, BadInputGetsTheDefinedAnswer)
         // has no value reports EDOM instead of a silent NaN.
         ROW(FisherFPDF(0.5, 1e-300, 1e-300), 5.0000000000000001e-301, kKeep),
         ROW(FisherFPDF(2, 1e-300, 1e300), kNaN, EDOM),
+        ROW(FisherFPDF(2.2250738601650105e-308, 0.5, 1.1483741924903001e-314), kInf, ERANGE),
         ROW(GammaCDF(1, kInf, 1, 0), kNaN, EDOM),
     };
     for (const auto& row : rows) expect_contract(row, row.expected == 2 * ln2 ? kTol1 : 0.0);

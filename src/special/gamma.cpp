@@ -53,6 +53,22 @@ double incomplete_gamma(double a, double x, bool regularized, bool upper, const 
     return upper ? boost::math::tgamma(a, x, pol) : boost::math::tgamma_lower(a, x, pol);
 }
 
+// Boost 1.74's lgamma finds the sign of Gamma at a negative x by converting
+// floor(x) to int, which is undefined below the int range. There (x is a
+// non-integer only down to -2^52) the reflection
+// log|Gamma(x)| = log(pi) - log|sin(pi x)| - log Gamma(1 - x) is formed here,
+// sin(pi x) from the fraction of x, which is exact.
+constexpr double kIntLowest = -2147483648.0;
+constexpr double kPi = 3.141592653589793;
+
+double lgamma_far_negative(double x)
+{
+    const double fraction = x - std::floor(x);
+    const double v = std::log(kPi) - std::log(std::fabs(std::sin(kPi * fraction))) -
+                     boost::math::lgamma(1 - x, pol::Throwing());
+    return throw_on_overflow(v, kLgammaName);
+}
+
 }  // namespace
 
 extern "C" double Gamma(double x)
@@ -68,6 +84,7 @@ extern "C" double Gamma(double x)
 extern "C" double GammaLn(double x)
 {
     const ErrnoKept errno_kept;
+    if (x < kIntLowest && x != std::floor(x)) return lgamma_far_negative(x);
     // Poles (0 and the negative integers) raise std::domain_error inside lgamma.
     return throw_on_overflow(boost::math::lgamma(x, pol::Throwing()), kLgammaName);
 }

@@ -232,6 +232,20 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
     for (const auto& row : rows) expect_contract(row);
 }
 
+TEST(GammaContract, LogGammaBelowTheIntRange)
+{
+    // SciPy's gammaln; Boost 1.74 would convert floor(x) to int to find the
+    // sign of Gamma there.
+    const ContractRow rows[] = {
+        {"GammaLn(-2147483648.5)", [] { return GammaLn(-2147483648.5); }, -43996705686.46514, kKeep},
+        {"GammaLn(-3000000000.25)", [] { return GammaLn(-3000000000.25); }, -62465634392.6376, kKeep},
+        {"GammaLn(-41255400000000.5)", [] { return GammaLn(-41255400000000.5); }, -1252134523417761.5, kKeep},
+        {"GammaLn(-4503599627370495.5)", [] { return GammaLn(-4503599627370495.5); }, -1.5782258434492883e+17, kKeep},
+    };
+    for (const auto& row : rows) expect_contract(row, kTol1);
+    EXPECT_THROW(GammaLn(-3e9), std::domain_error);  // an integer: a pole
+}
+
 // The throwing exports: the exception type, and the function its message names.
 TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
 {

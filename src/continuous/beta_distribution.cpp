@@ -51,16 +51,15 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
 extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
 {
     if (!check_parameters(a, b) || !check_probability(p)) return domain_nan();
-    if (!is_upper_tail(upper)) {
-        if (p == 0) return 0.0;
-        if (p == 1) return 1.0;
-        if (beta_shape_too_large(a, b)) return domain_nan();
+    const bool up = is_upper_tail(upper);
+    // The ends of the support: 0 for the lower tail's p = 0 (the upper's p = 1),
+    // 1 for the other two.
+    if (p == 0 || p == 1) return (p == 1) != up ? 1.0 : 0.0;
+    if (beta_shape_too_large(a, b)) return domain_nan();
+    if (!up) {
         // ibeta_inv pairs p with its complement 1 - p.
         return guard_overflow(
             evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }, a, b, p));
     }
-    if (p == 1) return 0.0;
-    if (p == 0) return 1.0;
-    if (beta_shape_too_large(a, b)) return domain_nan();
     return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); }, a, b, p);
 }

@@ -594,10 +594,8 @@ extern "C" double KolmogorovCDF(double x, double n, int32_t upper)
     const int m = truncate_sample_size(n);
     // Terms of the sums underflow harmlessly; the C library's ERANGE for them
     // is not the caller's business.
-    const int saved_errno = errno;
-    const double v = upper != 0 ? KsComplement(m, x) : KsCdf(m, x);
-    errno = saved_errno;
-    return v;
+    const ErrnoKept errno_kept;
+    return upper != 0 ? KsComplement(m, x) : KsCdf(m, x);
 }
 
 // Throws boost::math::evaluation_error when p cannot be bracketed within the
@@ -607,12 +605,11 @@ extern "C" double KolmogorovICDF(double p, double n, int32_t upper)
     // The guess uses n as given (10.9 stays 10.9); the tails truncate it.
     const double guess = kGuessScale / std::sqrt(n);
     std::uintmax_t iterations = kQuantileMaxIterations;
-    const int saved_errno = errno;  // underflowing terms, as in KolmogorovCDF
+    const ErrnoKept errno_kept;  // underflowing terms, as in KolmogorovCDF
     const std::pair<double, double> r = boost::math::tools::bracket_and_solve_root(
         KolmogorovQuantileFunctor{upper != 0, p, n}, guess, kGuessGrowth, true,
         boost::math::tools::eps_tolerance<double>(kQuantileBits), iterations, pol::Throwing());
     // A budget exhausted during the refinement is not reported: the bracket
     // as it stands is used.
-    errno = saved_errno;
     return r.first + (r.second - r.first) * 0.5;
 }

@@ -78,15 +78,16 @@ inline double throw_on_overflow(double v, const char* function)
     return v;
 }
 
-// The throwing exports' counterpart of the errno policy's NaN rule: a NaN
-// value from arguments that are all numbers (Boost 1.74 takes an infinite
-// shape through to inf / inf) raises std::domain_error naming `function`,
-// with the first infinite argument in the message. A NaN argument that comes
-// back as NaN is returned.
+// The result check of the throwing special functions: the overflow check
+// above, and the counterpart of the errno policy's NaN rule: a NaN value from
+// arguments that are all numbers (Boost 1.74 takes an infinite shape through
+// to inf / inf) raises std::domain_error naming `function`, with the first
+// infinite argument in the message. A NaN argument that comes back as NaN is
+// returned.
 template <typename... Arguments>
-double throw_on_nan(double v, const char* function, Arguments... arguments)
+double checked_throwing(double v, const char* function, Arguments... arguments)
 {
-    if (!std::isnan(v) || (std::isnan(double(arguments)) || ...)) return v;
+    if (!std::isnan(v) || (std::isnan(double(arguments)) || ...)) return throw_on_overflow(v, function);
     double culprit = 0;
     ((std::isinf(double(arguments)) && culprit == 0 ? culprit = arguments : 0), ...);
     return boost::math::policies::raise_domain_error<double>(

@@ -83,7 +83,7 @@ extern "C" double Beta(double a, double b)
 {
     const ErrnoKept errno_kept;
     // Non-positive a or b raises std::domain_error inside beta.
-    return throw_on_overflow(throw_on_nan(boost::math::beta(a, b, pol::Throwing()), kBetaName, a, b), kBetaName);
+    return checked_throwing(boost::math::beta(a, b, pol::Throwing()), kBetaName, a, b);
 }
 
 extern "C" double BetaRegularized(double a, double b, double x)
@@ -91,8 +91,7 @@ extern "C" double BetaRegularized(double a, double b, double x)
     const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetaName);
     require_evaluable_shapes(a, b, kIbetaName);
-    return throw_on_overflow(throw_on_nan(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x),
-                             kIbetaName);
+    return checked_throwing(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x);
 }
 
 extern "C" double BetaRegularizedC(double a, double b, double x)
@@ -100,8 +99,7 @@ extern "C" double BetaRegularizedC(double a, double b, double x)
     const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetacName);
     require_evaluable_shapes(a, b, kIbetacName);
-    return throw_on_overflow(throw_on_nan(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x),
-                             kIbetacName);
+    return checked_throwing(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x);
 }
 
 // Infinite at x = 0 for a < 1 (and at x = 1 for b < 1): +inf with ERANGE.

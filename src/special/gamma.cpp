@@ -92,15 +92,13 @@ extern "C" double GammaLn(double x)
 extern "C" double GammaRegularized(double a, double x)
 {
     const ErrnoKept errno_kept;
-    return throw_on_overflow(
-        throw_on_nan(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName, a, x), kGammaPName);
+    return checked_throwing(incomplete_gamma(a, x, true, false, pol::Throwing()), kGammaPName, a, x);
 }
 
 extern "C" double GammaRegularizedC(double a, double x)
 {
     const ErrnoKept errno_kept;
-    return throw_on_overflow(
-        throw_on_nan(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName, a, x), kGammaQName);
+    return checked_throwing(incomplete_gamma(a, x, true, true, pol::Throwing()), kGammaQName, a, x);
 }
 
 // Not regularized, so the value overflows for large a; the overflow is +inf
@@ -131,8 +129,8 @@ extern "C" double InverseGammaRegularizedC(double a, double q)
 extern "C" double GammaDerivative(double a, double x)
 {
     const ErrnoKept errno_kept;
-    const double d = boost::math::gamma_p_derivative(a, x, pol::Throwing());
-    return throw_on_overflow(throw_on_nan(d, kGammaPDerivativeName, a, x), kGammaPDerivativeName);
+    return checked_throwing(boost::math::gamma_p_derivative(a, x, pol::Throwing()),
+                            kGammaPDerivativeName, a, x);
 }
 
 // x < -1 raises std::domain_error, x = -1 std::overflow_error (log 0).

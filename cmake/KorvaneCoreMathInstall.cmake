@@ -31,8 +31,8 @@ install(FILES ${PROJECT_BINARY_DIR}/KorvaneCoreMathConfig.cmake
               ${PROJECT_BINARY_DIR}/KorvaneCoreMathConfigVersion.cmake
   DESTINATION ${KCM_INSTALL_CMAKEDIR} COMPONENT Development)
 
-# pkg-config: the library is self-contained (its MKL and L-BFGS-B dependencies
-# are recorded in the shared object), so they are only listed as private.
+# pkg-config: the library is self-contained (MKL and L-BFGS-B are linked into
+# it), so a consumer needs nothing but -lKorvaneCoreMath.
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
   set(KCM_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
 else()
@@ -43,7 +43,6 @@ if(IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
 else()
   set(KCM_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
 endif()
-string(JOIN " " KCM_PC_LIBS_PRIVATE ${MKL_LDFLAGS} -llbfgsb)
 set(KCM_INSTALL_PREFIX "@KCM_INSTALL_PREFIX@")  # kept for the install step below
 configure_file(${PROJECT_SOURCE_DIR}/cmake/KorvaneCoreMath.pc.in
                ${PROJECT_BINARY_DIR}/KorvaneCoreMath.pc.gen @ONLY)

@@ -55,10 +55,13 @@ set(KCM_LINK_NO_UNDEFINED "")
 # - the Python binding: /usr/bin/python3 is not instrumented and cannot load
 #   an instrumented library without preloading the runtime;
 # - the install-and-consume test: it builds a consumer project with the
-#   default compiler flags, which cannot link the instrumented library.
+#   default compiler flags, which cannot link the instrumented library;
+# - the host tests: Python, Mono and a plain dlopen cannot load an
+#   instrumented library without preloading the sanitizer's runtime.
 set(KCM_BUILD_BENCHMARKS OFF)
 set(KCM_BUILD_PYTHON OFF)
 set(KCM_BUILD_CONSUMER_TEST OFF)
+set(KCM_BUILD_HOST_TESTS OFF)
 # The fuzzing build is for the fuzz targets only; the test suite has its own
 # KCM_SANITIZE=address build.
 if(KCM_FUZZ)

@@ -18,11 +18,19 @@ if [ -f /etc/apt/sources.list ] && grep -q '^deb .*debian' /etc/apt/sources.list
     sed -i '/^deb .*debian/ s/ main$/ main non-free non-free-firmware/' /etc/apt/sources.list
 fi
 
-packages="build-essential cmake pkg-config ninja-build
-  libboost-dev libmkl-dev liblbfgsb-dev
+# Nothing is left to recommends (installed with --no-install-recommends):
+# - MKL's and L-BFGS-B's static archives come with their -dev packages and are
+#   linked into the library; at run time it needs libgomp1 (with gcc) and
+#   libgfortran5 (with liblbfgsb-dev);
+# - liblapack3 and libblas3: the reference LAPACK that the crowded-host test
+#   puts beside the library;
+# - mono-mcs and mono-runtime: the managed host of the host tests.
+packages="build-essential cmake pkg-config ninja-build git
+  libboost-dev libmkl-dev liblbfgsb-dev libgfortran5 liblapack3 libblas3
   libgtest-dev libgmock-dev libbenchmark-dev
   r-mathlib
-  python3-numpy python3-scipy python3-pytest
+  python3 python3-numpy python3-scipy python3-pytest
+  mono-mcs mono-runtime
   clang libclang-rt-14-dev valgrind binutils"
 
 missing=""

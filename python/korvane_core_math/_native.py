@@ -9,6 +9,7 @@ package sits in, and by the dynamic loader's search for
 import ctypes
 import ctypes.util
 import os
+import threading
 from ctypes import (POINTER, Structure, c_char, c_double, c_int32, c_ubyte, c_uint32,
                     c_void_p)
 
@@ -47,9 +48,8 @@ def _shim_path():
 
 lib_path = _library_path()
 shim_path = _shim_path()
-# RTLD_GLOBAL: MKL loads its CPU-specific kernels at run time, and they resolve
-# symbols of MKL's core library, which must therefore be globally visible.
-lib = ctypes.CDLL(lib_path, mode=ctypes.RTLD_GLOBAL)
+# ctypes' default mode, RTLD_LOCAL: the library needs nothing in the global scope.
+lib = ctypes.CDLL(lib_path)
 shim = ctypes.CDLL(shim_path)
 
 
@@ -126,6 +126,22 @@ PROTOTYPES = {
 }
 
 
+# The exports that share the library's one LAPACK workspace. Two of them
+# running at once corrupt each other's results, and the library takes no lock:
+# serialising them is the host's duty. ctypes releases the GIL during a call,
+# so the binding holds this lock around each of them, and only them.
+WORKSPACE_USERS = frozenset({"LS", "OLS", "QR", "QRP", "QR_Q", "QR_Qy", "FullSVD", "ThinSVD"})
+workspace_lock = threading.Lock()
+
+
+def _serialised(fn):
+    def call(*args):
+        with workspace_lock:
+            return fn(*args)
+    call.__name__ = fn.__name__
+    return call
+
+
 def _bind_exports():
     found = {}
     for name, (restype, argtypes) in PROTOTYPES.items():
@@ -135,7 +151,7 @@ def _bind_exports():
             continue  # not in this build of the library
         fn.restype = restype
         fn.argtypes = argtypes
-        found[name] = fn
+        found[name] = _serialised(fn) if name in WORKSPACE_USERS else fn
     return found
 
 

@@ -6,8 +6,10 @@ returns new arrays; the caller's arrays are never modified. A nonzero LAPACK
 INFO raises LinAlgError (``.info`` holds it), except for ``ols``, whose
 positive status is the collinearity report it returns.
 
-The factorising exports share one process-wide workspace of 10000 doubles:
-do not call them from several threads at once, and expect INFO < 0 (naming
+The factorising exports (``ls``, ``ols``, ``qr``, ``qrp``, ``qr_q``, ``qr_qy``,
+``full_svd``, ``thin_svd``) share one process-wide workspace of 10000 doubles:
+the binding runs them one at a time, whatever the number of Python threads
+(every other function runs concurrently), and they fail with INFO < 0 (naming
 the workspace argument) for problems needing more workspace than that.
 """
 from collections import namedtuple

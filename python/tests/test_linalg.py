@@ -109,3 +109,51 @@ class TestSpectral:
 @needs("DisableMKLThreading")
 def test_disable_threading_is_callable():
     kcm.disable_mkl_threading()
+
+
+WORKSPACE_CALLS = {
+    "ls": lambda a, y: kcm.ls(a, y),
+    "ols": lambda a, y: kcm.ols(a, y).coef,
+    "qr": lambda a, y: kcm.qr(a)[0],
+    "qrp": lambda a, y: kcm.qrp(a)[0],
+    "qr_q": lambda a, y: kcm.qr_q(*kcm.qr(a)),
+    "qr_qy": lambda a, y: kcm.qr_qy(*kcm.qr(a), y, transpose=True),
+    "full_svd": lambda a, y: kcm.full_svd(a[:20])[1],
+    "thin_svd": lambda a, y: kcm.thin_svd(a)[1],
+}
+
+
+@needs("LS", "OLS", "QR", "QRP", "QR_Q", "QR_Qy", "FullSVD", "ThinSVD")
+class TestWorkspaceUsersFromThreads:
+    """The factorising exports share one workspace: the binding serialises them."""
+
+    def test_eight_threads_give_the_serial_results(self):
+        import concurrent.futures
+        rng = np.random.default_rng(8)
+        problems = [(name, rng.standard_normal((120, 30)), rng.standard_normal(120))
+                    for _ in range(12) for name in WORKSPACE_CALLS]
+        serial = [WORKSPACE_CALLS[name](a, y) for name, a, y in problems]
+        with concurrent.futures.ThreadPoolExecutor(8) as pool:
+            for _ in range(3):
+                threaded = list(pool.map(lambda p: WORKSPACE_CALLS[p[0]](p[1], p[2]), problems))
+                for (name, _, _), want, got in zip(problems, serial, threaded):
+                    assert_array_equal(got, want, err_msg=name)
+
+    def test_only_the_workspace_users_wait_for_the_lock(self):
+        import threading
+        from korvane_core_math import _native
+        results = {}
+
+        def run(name, call):
+            results[name] = call()
+
+        with _native.workspace_lock:
+            free = threading.Thread(target=run, args=("cholesky", lambda: kcm.cholesky(SPD)))
+            held = threading.Thread(target=run, args=("ls", lambda: kcm.ls(A, Y)))
+            free.start()
+            held.start()
+            free.join(10)
+            held.join(0.5)
+            assert "cholesky" in results and "ls" not in results
+        held.join(10)
+        assert_allclose(results["ls"], np.linalg.lstsq(A, Y, rcond=None)[0], rtol=1e-12)

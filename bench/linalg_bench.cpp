@@ -5,9 +5,12 @@
 // routines work in place), so the copy is common to both. The raw calls get
 // the optimal workspace from a query, which shows what the fixed LWORK of
 // 10000 costs on larger problems. MKL runs on one thread (the machines that
-// run this are shared): set before any benchmark by a static initialiser.
+// run this are shared), set before any benchmark by a static initialiser: the
+// library carries its own MKL, so both its copy (DisableMKLThreading) and the
+// one the raw calls use are set. KCM_BENCH_THREADED=1 leaves both threaded.
 // Keep runs short: --benchmark_min_time=0.05.
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -19,6 +22,9 @@
 namespace {
 
 const int kSingleThreaded = [] {
+    if (const char* threaded = std::getenv("KCM_BENCH_THREADED"); threaded && *threaded == '1')
+        return 0;
+    DisableMKLThreading();
     mkl_set_num_threads(1);
     mkl_set_dynamic(0);
     return 1;

@@ -1,7 +1,9 @@
-// The command registry of kcm. Each family registers its exports in a file of
-// its own (cli/<family>.cpp) with a static CommandRegistrar, so adding a family
-// touches nothing else. A command parses its arguments, calls the export
-// through the public header as a host would, and prints the result.
+// The command registry of kcm: one command per export, generated from
+// src/exports.table (kcm_commands.inc). A scalar export (numbers in, a double
+// out) runs through the scalar template below; every other export has a
+// Runner of the same name in namespace run, written by hand in its family's
+// file (cli/<family>.cpp), which parses the words, calls the export through
+// the public header as a host would and prints what it returned.
 #pragma once
 
 #include <cerrno>
@@ -17,20 +19,27 @@
 
 namespace kcm::cli {
 
+using Words = std::vector<std::string>;
+// Runs with the words after the export's name; throws std::invalid_argument
+// for a malformed or missing argument.
+using Run = std::function<void(const Words&)>;
+
+struct Runner {
+    std::string usage;  // the command's words, e.g. "upper A"
+    Run run;
+};
+
 struct Command {
     std::string name;
-    std::string usage;  // argument names, e.g. "p mean sd upper"
+    std::string usage;
     std::string family;
-    // Runs with the words after the export's name; throws std::invalid_argument
-    // for a malformed or missing argument.
-    std::function<void(const std::vector<std::string>&)> run;
+    std::string signature;  // the C declaration
+    std::string errors;     // how the export reports a failure
+    Run run;
 };
 
-std::vector<Command>& registry();
-
-struct CommandRegistrar {
-    explicit CommandRegistrar(std::vector<Command> commands);
-};
+// Every command, in the table's order.
+const std::vector<Command>& registry();
 
 // ---- Argument parsing -------------------------------------------------------
 
@@ -63,21 +72,31 @@ void print_errno(int err);
 // A command for an export of scalar arguments returning a double: prints the
 // value to full precision and the errno the call left (preset to 0).
 template <typename... A>
-Command scalar(std::string name, double (*fn)(A...), std::string usage, std::string family)
+Command scalar(std::string name, double (*fn)(A...), std::string usage, std::string family,
+               std::string signature, std::string errors)
 {
-    return Command{name, usage, family, [name, fn](const std::vector<std::string>& words) {
-                       if (words.size() != sizeof...(A))
-                           throw std::invalid_argument("expected " +
-                                                       std::to_string(sizeof...(A)) +
-                                                       " arguments");
-                       std::size_t i = 0;
-                       std::tuple<A...> args{parse_arg<A>(words[i++])...};
-                       errno = 0;
-                       const double v = std::apply(fn, args);
-                       const int err = errno;
-                       print_value(name.c_str(), v);
-                       print_errno(err);
-                   }};
+    Run run = [name, fn](const Words& words) {
+        if (words.size() != sizeof...(A))
+            throw std::invalid_argument("expected " + std::to_string(sizeof...(A)) + " arguments");
+        std::size_t i = 0;
+        std::tuple<A...> args{parse_arg<A>(words[i++])...};
+        errno = 0;
+        const double v = std::apply(fn, args);
+        const int err = errno;
+        print_value(name.c_str(), v);
+        print_errno(err);
+    };
+    return Command{std::move(name), std::move(usage), std::move(family), std::move(signature),
+                   std::move(errors), std::move(run)};
+}
+
+inline Command custom(std::string name, const Runner& runner, std::string family,
+                      std::string signature, std::string errors)
+{
+    return Command{std::move(name), runner.usage, std::move(family), std::move(signature),
+                   std::move(errors), runner.run};
 }
 
 }  // namespace kcm::cli
+
+#include "kcm_runners.inc"

@@ -3,6 +3,8 @@
 //   kcm NormalICDF 0.975 0 1 0
 //   kcm --help
 //
+//   kcm NormalICDF --help
+//
 // The value is printed to 17 significant digits, followed by the errno the
 // call left behind (it is set to 0 first), or the type and message of an
 // exception that escaped the library.
@@ -12,25 +14,22 @@
 #include <cstring>
 #include <exception>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <typeinfo>
 
 #include <cxxabi.h>
 
 #include "command.hpp"
+#include "korvane/core_math.h"
 
 namespace kcm::cli {
 
-std::vector<Command>& registry()
+const std::vector<Command>& registry()
 {
-    static std::vector<Command> commands;
+    static const std::vector<Command> commands = {
+#include "kcm_commands.inc"
+    };
     return commands;
-}
-
-CommandRegistrar::CommandRegistrar(std::vector<Command> commands)
-{
-    for (auto& c : commands) registry().push_back(std::move(c));
 }
 
 double parse_double(const std::string& word)
@@ -105,13 +104,17 @@ void print_help()
                 "matrices and streams as each command's usage line below shows.\n"
                 "Exit status: 0 value printed, 1 exception, 2 usage error.\n"
                 "Reference: docs/README.md in the source tree.\n");
-    std::map<std::string, std::vector<const Command*>> by_family;
-    for (const auto& c : registry()) by_family[c.family].push_back(&c);
-    for (auto& [family, commands] : by_family) {
-        std::printf("\n%s:\n", family.c_str());
-        for (const Command* c : commands)
-            std::printf("  %-26s %s\n", c->name.c_str(), c->usage.c_str());
+    std::string family;
+    for (const auto& c : registry()) {
+        if (c.family != family) std::printf("\n%s:\n", (family = c.family).c_str());
+        std::printf("  %-26s %s\n", c.name.c_str(), c.usage.c_str());
     }
+}
+
+void print_command_help(const Command& c)
+{
+    std::printf("usage: kcm %s %s\n%s;\nFamily: %s.\nErrors: %s.\n", c.name.c_str(),
+                c.usage.c_str(), c.signature.c_str(), c.family.c_str(), c.errors.c_str());
 }
 
 }  // namespace
@@ -133,6 +136,10 @@ int main(int argc, char** argv)
         return 2;
     }
     const std::vector<std::string> words(argv + 2, argv + argc);
+    if (words.size() == 1 && (words[0] == "--help" || words[0] == "-h")) {
+        print_command_help(*it);
+        return 0;
+    }
     try {
         it->run(words);
     } catch (const std::invalid_argument& e) {

@@ -14,8 +14,6 @@
 namespace kcm::cli {
 namespace {
 
-const char* const kFamily = "Linear algebra";
-
 struct Dense {
     int32_t rows = 0, cols = 0;
     std::vector<double> data;  // column-major, ld = rows
@@ -120,7 +118,6 @@ void print_ints(const char* label, const int32_t* v, int32_t n)
     std::printf("\n");
 }
 
-using Words = std::vector<std::string>;
 
 void cholesky(const Words& w)
 {
@@ -279,27 +276,22 @@ void svd(const Words& w, bool full)
     print_matrix("VT", vt.ptr(), vt.rows, vt.rows, vt.cols);
 }
 
-Command make(std::string name, std::string usage, std::function<void(const Words&)> run)
-{
-    return Command{std::move(name), std::move(usage), kFamily, std::move(run)};
-}
-
-const CommandRegistrar linalg_commands({
-    make("Cholesky", "upper A   (a matrix: rows cols v1,v2,... column-major, or a CSV file)", cholesky),
-    make("CholeskySolve", "upper L B   (L: the factor from Cholesky)", cholesky_solve),
-    make("SolveTriangularSystem", "A upper transpose B", triangular),
-    make("DisableMKLThreading", "", disable_threading),
-    make("QR", "A", [](const Words& w) { qr(w, false); }),
-    make("QRP", "A   (all columns free)", [](const Words& w) { qr(w, true); }),
-    make("QR_Q", "A   (factored by QR first)", qr_q),
-    make("QR_Qy", "transpose A C   (A factored by QR first)", qr_qy),
-    make("LS", "A B", ls),
-    make("OLS", "A B tol", ols),
-    make("Xb", "X beta y   (beta, y: comma-separated lists)", xb),
-    make("EigenSymmetric", "A   (lower triangle read)", eigen),
-    make("FullSVD", "A", [](const Words& w) { svd(w, true); }),
-    make("ThinSVD", "A", [](const Words& w) { svd(w, false); }),
-});
-
 }  // namespace
+
+const Runner run::Cholesky{"upper A   (a matrix: rows cols v1,v2,... column-major, or a CSV file)",
+                           cholesky};
+const Runner run::CholeskySolve{"upper L B   (L: the factor from Cholesky)", cholesky_solve};
+const Runner run::SolveTriangularSystem{"A upper transpose B", triangular};
+const Runner run::DisableMKLThreading{"", disable_threading};
+const Runner run::QR{"A", [](const Words& w) { qr(w, false); }};
+const Runner run::QRP{"A   (all columns free)", [](const Words& w) { qr(w, true); }};
+const Runner run::QR_Q{"A   (factored by QR first)", qr_q};
+const Runner run::QR_Qy{"transpose A C   (A factored by QR first)", qr_qy};
+const Runner run::LS{"A B", ls};
+const Runner run::OLS{"A B tol", ols};
+const Runner run::Xb{"X beta y   (beta, y: comma-separated lists)", xb};
+const Runner run::EigenSymmetric{"A   (lower triangle read)", eigen};
+const Runner run::FullSVD{"A", [](const Words& w) { svd(w, true); }};
+const Runner run::ThinSVD{"A", [](const Words& w) { svd(w, false); }};
+
 }  // namespace kcm::cli

@@ -8,42 +8,39 @@
 namespace kcm::cli {
 namespace {
 
-const char* const kFamily = "Multiple comparisons (a: studentized range, b: Hsu, c: Dunnett)";
-
 using MCExport = double (*)(double, int32_t, double, const double*, unsigned char);
 
-Command multcomp(std::string name, MCExport fn, std::string first)
+Runner multcomp(std::string name, MCExport fn, std::string first)
 {
-    return Command{name, first + " k df lambda1,lambda2,... upper", kFamily,
-                   [name, fn](const std::vector<std::string>& words) {
-                       if (words.size() != 5) throw std::invalid_argument("expected 5 arguments");
-                       const double x = parse_double(words[0]);
-                       const int32_t k = parse_int(words[1]);
-                       const double df = parse_double(words[2]);
-                       std::vector<double> lambda = parse_doubles(words[3]);
-                       const auto upper = parse_arg<unsigned char>(words[4]);
-                       if (lambda.size() == 1 && k > 1) lambda.resize(k, lambda[0]);
-                       if (k > 1 && lambda.size() == static_cast<std::size_t>(k - 1))
-                           lambda.push_back(0.0);
-                       // The library reads up to k entries; never let it read past the list.
-                       if (k > 0 && lambda.size() < static_cast<std::size_t>(k))
-                           throw std::invalid_argument("lambda needs 1, k - 1 or k values");
-                       errno = 0;
-                       const double v = fn(x, k, df, lambda.data(), upper);
-                       const int err = errno;
-                       print_value(name.c_str(), v);
-                       print_errno(err);
-                   }};
+    return Runner{first + " k df lambda1,lambda2,... upper", [name, fn](const Words& words) {
+        if (words.size() != 5) throw std::invalid_argument("expected 5 arguments");
+        const double x = parse_double(words[0]);
+        const int32_t k = parse_int(words[1]);
+        const double df = parse_double(words[2]);
+        std::vector<double> lambda = parse_doubles(words[3]);
+        const auto upper = parse_arg<unsigned char>(words[4]);
+        if (lambda.size() == 1 && k > 1) lambda.resize(k, lambda[0]);
+        if (k > 1 && lambda.size() == static_cast<std::size_t>(k - 1))
+            lambda.push_back(0.0);
+        // The library reads up to k entries; never let it read past the list.
+        if (k > 0 && lambda.size() < static_cast<std::size_t>(k))
+            throw std::invalid_argument("lambda needs 1, k - 1 or k values");
+        errno = 0;
+        const double v = fn(x, k, df, lambda.data(), upper);
+        const int err = errno;
+        print_value(name.c_str(), v);
+        print_errno(err);
+    }};
 }
 
-const CommandRegistrar multcomp_commands({
-    multcomp("MCaCDF", MCaCDF, "q"),
-    multcomp("MCaICDF", MCaICDF, "p"),
-    multcomp("MCbCDF", MCbCDF, "q"),
-    multcomp("MCbICDF", MCbICDF, "p"),
-    multcomp("MCcCDF", MCcCDF, "q"),
-    multcomp("MCcICDF", MCcICDF, "p"),
-});
-
 }  // namespace
+
+// a: studentized range, b: Hsu, c: Dunnett.
+const Runner run::MCaCDF = multcomp("MCaCDF", ::MCaCDF, "q");
+const Runner run::MCaICDF = multcomp("MCaICDF", ::MCaICDF, "p");
+const Runner run::MCbCDF = multcomp("MCbCDF", ::MCbCDF, "q");
+const Runner run::MCbICDF = multcomp("MCbICDF", ::MCbICDF, "p");
+const Runner run::MCcCDF = multcomp("MCcCDF", ::MCcCDF, "q");
+const Runner run::MCcICDF = multcomp("MCcICDF", ::MCcICDF, "p");
+
 }  // namespace kcm::cli

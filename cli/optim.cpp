@@ -14,7 +14,6 @@
 namespace kcm::cli {
 namespace {
 
-const char* const kFamily = "Stepwise L-BFGS-B minimiser (drives LBFGSBStart/Step/End)";
 constexpr int kMaxSteps = 100000;
 
 double rosenbrock(const std::vector<double>& x, std::vector<double>& g)
@@ -95,10 +94,14 @@ void minimise(const std::vector<std::string>& words)
     print_point(x);
 }
 
-const CommandRegistrar optim_commands({
-    Command{"LBFGSBRosenbrock", "m factr pgtol lower upper start (lists; +-inf: no bound)",
-            kFamily, minimise},
-});
+const char* const kUsage = "m factr pgtol lower upper start (lists; +-inf: no bound)";
 
 }  // namespace
+
+// A record lives only as long as one kcm run, so each of the three commands
+// runs the whole loop: Start, Step until done, End.
+const Runner run::LBFGSBStart{kUsage, minimise};
+const Runner run::LBFGSBStep{kUsage, minimise};
+const Runner run::LBFGSBEnd{kUsage, minimise};
+
 }  // namespace kcm::cli

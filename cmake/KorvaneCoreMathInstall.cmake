@@ -7,12 +7,16 @@ include(CMakePackageConfigHelpers)
 set(KCM_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/KorvaneCoreMath
     CACHE STRING "Where the CMake package files are installed, relative to the prefix")
 
-install(TARGETS KorvaneCoreMath EXPORT KorvaneCoreMathTargets
+install(TARGETS KorvaneCoreMath KorvaneCoreMathNoThrow EXPORT KorvaneCoreMathTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
           COMPONENT Runtime NAMELINK_COMPONENT Development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/korvane/core_math.h
+              ${KCM_GENERATED}/korvane/core_math_nothrow.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korvane COMPONENT Development)
+# The .NET declarations, for a host project to compile in.
+install(FILES ${KCM_GENERATED}/dotnet/KorvaneCoreMath.cs
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/korvane/dotnet COMPONENT Development)
 if(TARGET kcm)
   set_target_properties(kcm PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS kcm RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)

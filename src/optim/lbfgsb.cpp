@@ -38,7 +38,9 @@ constexpr const char* kNoWorkspace = "ERROR: WORKSPACE NOT ALLOCATED";
 
 }  // namespace
 
-// Field order and natural packing are part of the record's definition.
+// Opaque to the host, which only holds the pointer. The field order is the
+// library's own and fixed: the solver's save words rely on lsave and isave
+// being adjacent (the static_assert below).
 struct LbfgsbState {
     int32_t n;
     int32_t m;

@@ -1,13 +1,11 @@
 """The wrapper factory of the scalar exports.
 
-Each scalar export is called through the shim (so exceptions become Python
-exceptions and errno is read right after the call). Numeric arguments
+Each scalar export is called through the library's non-throwing layer (so
+exceptions become Python exceptions and errno is read right after the call). Numeric arguments
 broadcast like numpy ufunc arguments: scalars give a float, arrays an array of
 the broadcast shape. Tail flags and selectors are plain scalars.
 """
 import inspect
-from ctypes import byref
-
 import numpy as np
 
 from . import _native
@@ -25,13 +23,11 @@ def _as_int32(v, name):
     return iv
 
 
-def make(pyname, export, signature, params, doc):
+def make(pyname, export, params, doc):
     """Build ``pyname(...)`` wrapping ``export``.
 
-    signature: the shim trampoline, e.g. 'd_dddb'; params: (name, kind,
-    default) in the export's argument order.
+    params: (name, kind, default) in the export's argument order.
     """
-    tramp = _native.trampolines[signature]
     names = [p[0] for p in params]
     kinds = [p[1] for p in params]
     sig = inspect.Signature([
@@ -52,8 +48,8 @@ def make(pyname, export, signature, params, doc):
                 out.append(_as_int32(v, n))
         return out
 
-    def call_one(fnptr, status, values):
-        r = tramp(fnptr, byref(status), *convert(values))
+    def call_one(status, values):
+        r = _native.call(export, status, *convert(values))
         if status.thrown:
             raise_thrown(status, export)
         return r, status.errno_value
@@ -62,13 +58,12 @@ def make(pyname, export, signature, params, doc):
         bound = sig.bind(*args, **kwargs)
         bound.apply_defaults()
         values = list(bound.arguments.values())
-        fnptr = _native.address(export)
         status = _native.CallStatus()
         for i, (k, v) in enumerate(zip(kinds, values)):
             if k in "bs" and np.ndim(v) != 0:
                 raise TypeError(f"{names[i]} must be a scalar")
         if all(np.ndim(values[i]) == 0 for i in broadcast):
-            r, err = call_one(fnptr, status, values)
+            r, err = call_one(status, values)
             dom, rng = classify(err, r)
             if dom or rng:
                 report_errno(export, int(dom), int(rng))
@@ -80,7 +75,7 @@ def make(pyname, export, signature, params, doc):
         for index in np.ndindex(out.shape):
             for j, i in enumerate(broadcast):
                 row[i] = arrays[j][index]
-            r, err = call_one(fnptr, status, row)
+            r, err = call_one(status, row)
             out[index] = r
             dom, rng = classify(err, r)
             n_dom += dom

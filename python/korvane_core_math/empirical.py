@@ -4,8 +4,8 @@ import numpy as np
 from . import _native
 from ._scalar import D, R, S, make
 
-_k_cdf = make("kolmogorov_cdf", "KolmogorovCDF", "d_ddi", [("x", D, R), ("n", D, R), ("upper", S, 0)], "")
-_k_icdf = make("kolmogorov_icdf", "KolmogorovICDF", "d_ddi", [("p", D, R), ("n", D, R), ("upper", S, 0)], "")
+_k_cdf = make("kolmogorov_cdf", "KolmogorovCDF", [("x", D, R), ("n", D, R), ("upper", S, 0)], "")
+_k_icdf = make("kolmogorov_icdf", "KolmogorovICDF", [("p", D, R), ("n", D, R), ("upper", S, 0)], "")
 
 
 def kolmogorov_cdf(x, n, upper=False):
@@ -40,7 +40,7 @@ def sort_double_array(values):
     wrapper exists to reproduce the host's behaviour.
     """
     a = np.array(values, dtype=np.float64, order="C", copy=True).ravel()
-    fn = _native.exports.get("SortDoubleArray") or _native.address("SortDoubleArray")
+    fn = _native.export("SortDoubleArray")
     fn(a.ctypes.data_as(_native.pd), len(a))
     return a
 
@@ -60,7 +60,7 @@ def extract_sorted(counts, values):
     if len(c) != len(v):
         raise ValueError("counts and values must have the same length")
     out = np.zeros(int(c[c > 0].sum()), dtype=np.float64)
-    fn = _native.exports.get("ExtractSorted") or _native.address("ExtractSorted")
+    fn = _native.export("ExtractSorted")
     fn(c.ctypes.data_as(_native.pi), out.ctypes.data_as(_native.pd),
        v.ctypes.data_as(_native.pd), len(c))
     return out, c

@@ -1,6 +1,6 @@
 """How the library's failures reach Python.
 
-* An exception that leaves the library (caught by the shim) is re-raised as
+* An exception that leaves the library (caught by the non-throwing layer) is re-raised as
   the matching subclass of :class:`KcmError`, keeping the C++ type name in
   ``cxx_type`` and the library's message:
 
@@ -149,7 +149,7 @@ def errstate(domain=None, range=None):
 
 
 def raise_thrown(status, export):
-    """Re-raise the exception recorded in a shim CallStatus."""
+    """Re-raise the exception recorded in a CallStatus of the non-throwing layer."""
     cxx_type = status.type.decode(errors="replace")
     message = status.message.decode(errors="replace")
     if cxx_type == "std::bad_alloc":

@@ -43,7 +43,7 @@ def _iptr(arr):
 
 
 def _fn(name):
-    return _native.exports.get(name) or _native.address(name)
+    return _native.export(name)
 
 
 def _check(name, info):

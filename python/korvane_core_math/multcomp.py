@@ -9,7 +9,6 @@ the k correlation parameters (sqrt(1/2) for every entry, the balanced case,
 when omitted). The upper tail is formed as 1 - CDF. Invalid degrees of
 freedom raise DomainError.
 """
-from ctypes import byref
 
 import numpy as np
 
@@ -29,18 +28,15 @@ def _lambdas(k, lambdas):
 
 
 def _make(pyname, export, first, doc):
-    tramp = _native.trampolines["d_didpb"]
-
     def wrapper(x, k, df, lambdas=None, upper=False):
-        fnptr = _native.address(export)
         lam = _lambdas(k, lambdas)
         lp = lam.ctypes.data_as(_native.pd)
         status = _native.CallStatus()
         xs = np.asarray(x, dtype=np.float64)
         out = np.empty(xs.shape)
         for index in np.ndindex(xs.shape):
-            r = tramp(fnptr, byref(status), float(xs[index]), int(k), float(df), lp,
-                      1 if upper else 0)
+            r = _native.call(export, status, float(xs[index]), int(k), float(df), lp,
+                             1 if upper else 0)
             if status.thrown:
                 raise_thrown(status, export)
             out[index] = r

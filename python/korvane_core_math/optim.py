@@ -59,7 +59,7 @@ class LBFGSB:
             raise ValueError("give n or bounds of length n")
         self.n = int(n)
         self.lower, self.upper, self.nbd = bound_types(lower, upper, self.n)
-        start = _native.exports.get("LBFGSBStart") or _native.address("LBFGSBStart")
+        start = _native.export("LBFGSBStart")
         self._handle = start(self.n, int(m), self.lower.ctypes.data_as(_native.pd),
                              self.upper.ctypes.data_as(_native.pd),
                              self.nbd.ctypes.data_as(_native.pi), float(factr), float(pgtol))

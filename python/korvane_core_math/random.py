@@ -17,7 +17,7 @@ from .errors import RandomStreamError
 
 
 def _fn(name):
-    return _native.exports.get(name) or _native.address(name)
+    return _native.export(name)
 
 
 def _check(name, status):

@@ -3,8 +3,8 @@
 The pages under docs/api write examples as C calls followed by the value they
 return, e.g. ``StudentTICDF(0.025, 10, 1)   /* = 2.228138851986275 */``,
 ``InverseErf(1)  /* = inf, errno 34 */`` or ``LogXplus1(-1)  /* throws
-std::overflow_error */``. This test makes each call through the shim (errno
-cleared first) and checks the documented value, errno and exception, so the
+std::overflow_error */``. This test makes each call through the library's
+non-throwing layer (errno cleared first) and checks the documented value, errno and exception, so the
 documentation cannot drift from the code.
 """
 import ctypes
@@ -40,7 +40,6 @@ def examples():
 
 def evaluate(name, args_text):
     restype, argtypes = _native.PROTOTYPES[name]
-    sig = "d_" + "".join(CODES[t] for t in argtypes)
     words = [w.strip() for w in args_text.split(",")]
     assert len(words) == len(argtypes), "argument count"
     args = []
@@ -48,7 +47,7 @@ def evaluate(name, args_text):
         v = LITERALS[w] if w in LITERALS else float(w)
         args.append(int(v) if t in (ctypes.c_ubyte, ctypes.c_int32) else v)
     status = _native.CallStatus()
-    value = _native.trampolines[sig](_native.address(name), ctypes.byref(status), *args)
+    value = _native.call(name, status, *args)
     return value, status
 
 

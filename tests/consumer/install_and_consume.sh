@@ -73,7 +73,9 @@ run "$scratch/pc-build/consumer_cxx"
 python=${KCM_PYTHON:-/usr/bin/python3}
 pkgdir=$(find "$prefix" -type d -name korvane_core_math | head -n 1)
 [ -n "$pkgdir" ] || fail "Python package not installed"
-[ -f "$pkgdir/libkcm_pyshim.so" ] || fail "Python shim not installed beside the package"
+[ -f "$pkgdir/_exports.py" ] || fail "Python prototypes not installed beside the package"
+[ -f "$libdir/libKorvaneCoreMathNoThrow.so.1" ] || fail "non-throwing layer not installed"
+[ -f "$prefix/include/korvane/core_math_nothrow.h" ] || fail "non-throwing header not installed"
 if "$python" -c 'import numpy' 2>/dev/null; then
     (cd "$scratch" && env -u KCM_LIBRARY -u KCM_PYSHIM PYTHONPATH="$(dirname "$pkgdir")" "$python" -c '
 import korvane_core_math as kcm, sys

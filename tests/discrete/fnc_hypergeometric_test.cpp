@@ -118,6 +118,35 @@ TEST(FncIdentities, QuantileInvertsTheDistributionFunction)
     }
 }
 
+// The distribution function sums each tail from its own end of the table and
+// forms only the tail holding the approximate mean as 1 - the other, so a far
+// tail keeps its relative precision: 1 - P would leave ~1e-16 absolute, all of
+// a 1e-14 tail. Exact rational values (tests/gen/fnc_exact_tails.py) for
+// 40 drawn from 150 with 70 marked, w = 2.5 (mean about 25). An accuracy of
+// 1e-20 tabulates the whole support, so only the rounding of the ratio
+// recursion and the sums over some 40 terms remains (2 ulps measured): kTol2.
+TEST(FncIdentities, EachTailIsSummedFromItsOwnEnd)
+{
+    struct Row {
+        int32_t x;
+        unsigned char upper;
+        double expected;
+    };
+    const Row rows[] = {
+        {0, 0, 4.2212687803785766e-23},
+        {5, 0, 2.7918226607288718e-14},
+        {8, 0, 1.3366300844259192e-10},
+        {12, 0, 8.450527352325337e-07},
+        {35, 1, 1.6205309007299093e-05},
+        {38, 1, 7.602328941765246e-09},
+        {39, 1, 1.7976521525150465e-10},
+    };
+    for (const auto& r : rows) {
+        SCOPED_TRACE(testing::Message() << "x " << r.x << " upper " << int(r.upper));
+        EXPECT_REL_NEAR(FNCHypergeometricCDF(r.x, 40, 70, 150, 2.5, r.upper, 1e-20), r.expected, kTol2);
+    }
+}
+
 // ---- Edge cases ---------------------------------------------------------------
 
 TEST(FncEdges, EmptySampleIsCertainlyZero)

@@ -1,6 +1,7 @@
 // Sorting utilities: the permutations SortDoubleArray is defined to produce,
 // the multiset it must preserve, and ExtractSorted's bit-for-bit expansion.
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -76,6 +77,18 @@ TEST(SortDoubleArray, ZeroAndOneElementsAreLeftAlone)
     EXPECT_EQ(a[0], 5);
     EXPECT_EQ(a[1], 3);
     SortDoubleArray(nullptr, 0);
+}
+
+// A null array with elements to sort is refused with EINVAL; an empty one is
+// not an error.
+TEST(SortDoubleArray, NullArrayWithElementsSetsEinval)
+{
+    errno = 0;
+    SortDoubleArray(nullptr, 5);
+    EXPECT_EQ(errno, EINVAL);
+    errno = 0;
+    SortDoubleArray(nullptr, 0);
+    EXPECT_EQ(errno, 0);
 }
 
 TEST(SortDoubleArray, SmallArraysMoveNaNsToTheEnd)

@@ -223,6 +223,15 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
         {"LogXplus1(inf)", [] { return LogXplus1(kInf); }, kInf, kKeep},
         {"GammaRegularized(1, inf)", [] { return GammaRegularized(1, kInf); }, 1.0, kKeep},
         {"GammaRegularizedC(2, inf)", [] { return GammaRegularizedC(2, kInf); }, 0.0, kKeep},
+        // A NaN argument comes back as NaN with errno untouched, not as an
+        // exception. At x = 0 Boost 1.74 would truncate the NaN shape to an
+        // integer and raise a rounding error.
+        {"GammaRegularized(NaN, 1)", [] { return GammaRegularized(kNaN, 1); }, kNaN, kKeep},
+        {"GammaRegularized(2, NaN)", [] { return GammaRegularized(2, kNaN); }, kNaN, kKeep},
+        {"GammaRegularized(NaN, 0)", [] { return GammaRegularized(kNaN, 0); }, kNaN, kKeep},
+        {"GammaRegularizedC(NaN, 1)", [] { return GammaRegularizedC(kNaN, 1); }, kNaN, kKeep},
+        {"GammaRegularizedC(2, NaN)", [] { return GammaRegularizedC(2, kNaN); }, kNaN, kKeep},
+        {"GammaRegularizedC(NaN, 0)", [] { return GammaRegularizedC(kNaN, 0); }, kNaN, kKeep},
         // The throwing exports leave errno alone even where the C library
         // reports an underflow inside the evaluation.
         {"GammaRegularizedC(2, 1e5)", [] { return GammaRegularizedC(2, 1e5); }, 0.0, kKeep},

@@ -44,10 +44,13 @@ constexpr const char* kGammaPDerivativeName = "boost::math::gamma_p_derivative<%
 template <class Policy>
 double incomplete_gamma(double a, double x, bool regularized, bool upper, const Policy& pol)
 {
-    // A NaN comes back as NaN with errno untouched. Boost 1.74 would send a NaN
-    // shape with x = 0 into an integer truncation that raises a rounding error,
-    // even under the errno policy.
-    if (std::isnan(a) || std::isnan(x)) return quiet_nan();
+    // Boost's own checks come first: a <= 0 or x < 0 is its domain error
+    // whatever the other argument is. A NaN that passes them comes back as NaN
+    // with errno untouched: Boost 1.74 would send a NaN shape with x = 0 into
+    // an integer truncation that raises a rounding error, even under the
+    // errno policy.
+    const bool boost_rejects = a <= 0 || x < 0;
+    if (!boost_rejects && (std::isnan(a) || std::isnan(x))) return quiet_nan();
     if (regularized)
         return upper ? boost::math::gamma_q(a, x, pol) : boost::math::gamma_p(a, x, pol);
     return upper ? boost::math::tgamma(a, x, pol) : boost::math::tgamma_lower(a, x, pol);

@@ -186,6 +186,8 @@ TEST(GammaContract, BadInputGetsTheDefinedAnswer)
         {"IncompleteGammaLower(-1, 1)", [] { return IncompleteGammaLower(-1, 1); }, kNaN, EDOM},
         {"IncompleteGammaLower(0, 1)", [] { return IncompleteGammaLower(0, 1); }, kNaN, EDOM},
         {"IncompleteGammaLower(1, -1)", [] { return IncompleteGammaLower(1, -1); }, kNaN, EDOM},
+        {"IncompleteGammaLower(0, NaN)", [] { return IncompleteGammaLower(0, kNaN); }, kNaN, EDOM},
+        {"IncompleteGammaUpper(NaN, -1)", [] { return IncompleteGammaUpper(kNaN, -1); }, kNaN, EDOM},
         {"IncompleteGammaLower(200, 1000)", [] { return IncompleteGammaLower(200, 1000); }, kInf,
          ERANGE},
         {"IncompleteGammaLower(1, inf)", [] { return IncompleteGammaLower(1, kInf); }, 1.0, kKeep},
@@ -272,6 +274,11 @@ TEST(GammaContract, ThrowingExportsRaiseTheNamedException)
         {"GammaLn(1e308)", [] { return GammaLn(1e308); }, ThrowRow::kOverflow, "lgamma"},
         {"GammaRegularized(0, 1)", [] { return GammaRegularized(0, 1); }, ThrowRow::kDomain,
          "gamma_p"},
+        // The shape and x checks hold whatever the other argument is, NaN too.
+        {"GammaRegularized(0, NaN)", [] { return GammaRegularized(0, kNaN); }, ThrowRow::kDomain,
+         "must be greater than zero"},
+        {"GammaRegularizedC(NaN, -1)", [] { return GammaRegularizedC(kNaN, -1); },
+         ThrowRow::kDomain, "incomplete gamma"},
         // An infinite shape has no value; Boost 1.74 would return a NaN.
         {"GammaRegularized(inf, 1)", [] { return GammaRegularized(kInf, 1); }, ThrowRow::kDomain,
          "gamma_p<double>(double, double): The function has no value at an argument of inf."},

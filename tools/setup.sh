@@ -24,14 +24,16 @@ fi
 #   libgfortran5 (with liblbfgsb-dev);
 # - liblapack3 and libblas3: the reference LAPACK that the crowded-host test
 #   puts beside the library;
-# - mono-mcs and mono-runtime: the managed host of the host tests.
+# - mono-mcs and mono-runtime: the managed host of the host tests;
+# - llvm-14: llvm-symbolizer, without which the sanitizers print bare
+#   addresses and their suppressions, which name functions, match nothing.
 packages="build-essential cmake pkg-config ninja-build git
   libboost-dev libmkl-dev liblbfgsb-dev libgfortran5 liblapack3 libblas3
   libgtest-dev libgmock-dev libbenchmark-dev
   r-mathlib
   python3 python3-numpy python3-scipy python3-pytest
   mono-mcs mono-runtime
-  clang libclang-rt-14-dev valgrind binutils"
+  clang libclang-rt-14-dev llvm-14 valgrind binutils"
 
 missing=""
 for p in $packages; do

@@ -71,6 +71,12 @@ void print_errno(int err);
 
 // A command for an export of scalar arguments returning a double: prints the
 // value to full precision and the errno the call left (preset to 0).
+template <typename... A, std::size_t... I>
+std::tuple<A...> parse_args(const Words& words, std::index_sequence<I...>)
+{
+    return std::tuple<A...>{parse_arg<A>(words[I])...};
+}
+
 template <typename... A>
 Command scalar(std::string name, double (*fn)(A...), std::string usage, std::string family,
                std::string signature, std::string errors)
@@ -78,8 +84,7 @@ Command scalar(std::string name, double (*fn)(A...), std::string usage, std::str
     Run run = [name, fn](const Words& words) {
         if (words.size() != sizeof...(A))
             throw std::invalid_argument("expected " + std::to_string(sizeof...(A)) + " arguments");
-        std::size_t i = 0;
-        std::tuple<A...> args{parse_arg<A>(words[i++])...};
+        const std::tuple<A...> args = parse_args<A...>(words, std::index_sequence_for<A...>{});
         errno = 0;
         const double v = std::apply(fn, args);
         const int err = errno;

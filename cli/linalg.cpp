@@ -17,7 +17,7 @@ namespace {
 struct Dense {
     int32_t rows = 0, cols = 0;
     std::vector<double> data;  // column-major, ld = rows
-    MatrixDescriptor desc;
+    MatrixDescriptor desc{};
 
     Dense() = default;
     Dense(int32_t m, int32_t n) : rows(m), cols(n), data(std::size_t(std::max(m, 1)) * std::max(n, 1)) {}

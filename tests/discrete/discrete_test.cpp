@@ -110,9 +110,10 @@ TEST(DiscreteIdentities, TailsSumToOneAndFarUpperTailStaysPositive)
         SCOPED_TRACE(k);
         EXPECT_NEAR(BinomialCDF(k, 50, 0.3, 0) + BinomialCDF(k, 50, 0.3, 1), 1.0, 4 * kEps);
         EXPECT_NEAR(PoissonCDF(k, 6.5, 0) + PoissonCDF(k, 6.5, 1), 1.0, 4 * kEps);
-        if (k <= 20)
+        if (k <= 20) {
             EXPECT_NEAR(HypergeometricCDF(k, 20, 30, 100, 0) + HypergeometricCDF(k, 20, 30, 100, 1),
                         1.0, 4 * kEps);
+        }
     }
     // Far upper tails, formed directly and not as 1 - P (which would be 0).
     EXPECT_GT(BinomialCDF(95, 100, 0.1, 1), 0.0);

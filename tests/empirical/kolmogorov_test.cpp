@@ -112,7 +112,9 @@ TEST(KolmogorovBoundaries, LowerTailIsOneFromNx2Of18)
         EXPECT_EQ(KolmogorovCDF(x, n, 0), 1.0);
         // Just below, 1 - P is about 4.6e-16 for large n and still shows (for
         // small n the tail is smaller and the lower tail rounds to 1 anyway).
-        if (n >= 140) EXPECT_LT(KolmogorovCDF(std::nextafter(x, 0.0), n, 0), 1.0);
+        if (n >= 140) {
+            EXPECT_LT(KolmogorovCDF(std::nextafter(x, 0.0), n, 0), 1.0);
+        }
     }
     EXPECT_EQ(KolmogorovCDF(1.0, 10, 0), 1.0);
     EXPECT_EQ(KolmogorovCDF(INFINITY, 10, 0), 1.0);

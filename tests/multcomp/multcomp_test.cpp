@@ -126,8 +126,9 @@ TEST(MultcompTukeyReference, QuantileAgreesWithRootOfPtukeyAndQtukey)
         if (tolerance == 0) continue;
         EXPECT_REL_NEAR(v, row.num("expected"), tolerance);
         // qtukey's secant search stops at an absolute step of 1e-4.
-        if (!std::isnan(row.num("qtukey")))
+        if (!std::isnan(row.num("qtukey"))) {
             EXPECT_REL_NEAR(v, row.num("qtukey"), std::max(tolerance, 2e-4));
+        }
     }
 }
 

@@ -61,7 +61,9 @@ TEST(ErfNormalReference, AgreesWithMpmath)
         EXPECT_REL_NEAR(v, row.num("expected"), kTolerance.at(row.str("function")));
         // Only a result that underflows to 0 may carry the C library's
         // underflow report; every other result must leave errno alone.
-        if (v != 0) EXPECT_EQ(reported, 0) << "a successful call must leave errno alone";
+        if (v != 0) {
+            EXPECT_EQ(reported, 0) << "a successful call must leave errno alone";
+        }
     }
 }
 

@@ -79,8 +79,9 @@ TEST(GammaReference, AgreesWithMpmath)
         // evaluation (a result of exactly 1, a probability near 1e-300) the C
         // library reports ERANGE; nothing else may touch errno.
         const bool underflow_inside = row.num("expected") == 1 || row.num("b") < 1e-290;
-        if (!(underflow_inside && errno == ERANGE))
+        if (!(underflow_inside && errno == ERANGE)) {
             EXPECT_EQ(errno, 0) << "a successful call must leave errno alone";
+        }
         ++compared;
     }
     EXPECT_GT(compared, 400);
@@ -117,10 +118,12 @@ TEST(GammaIdentities, InverseRecoversXInBothTails)
             // One ulp of p moves the root by (p / (x P'(x))) ulps: the tolerance
             // scales with that condition number.
             const double slope = x * GammaDerivative(a, x);
-            if (p > DBL_MIN && p < 1)
+            if (p > DBL_MIN && p < 1) {
                 EXPECT_REL_NEAR(InverseGammaRegularized(a, p), x, kTol2 * (1 + p / slope));
-            if (q > DBL_MIN && q < 1)
+            }
+            if (q > DBL_MIN && q < 1) {
                 EXPECT_REL_NEAR(InverseGammaRegularizedC(a, q), x, kTol2 * (1 + q / slope));
+            }
         }
     }
 }
@@ -314,8 +317,8 @@ TEST(GammaContract, ErrnoExportsNeverThrow)
     for (double a : specials)
         for (double x : specials) {
             SCOPED_TRACE(testing::Message() << a << " " << x);
-            EXPECT_NO_THROW(Gamma(a) + IncompleteGammaLower(a, x) + IncompleteGammaUpper(a, x) +
-                            InverseGammaRegularized(a, x) + InverseGammaRegularizedC(a, x));
+            EXPECT_NO_THROW(static_cast<void>(Gamma(a) + IncompleteGammaLower(a, x) + IncompleteGammaUpper(a, x) +
+                            InverseGammaRegularized(a, x) + InverseGammaRegularizedC(a, x)));
         }
 }
 

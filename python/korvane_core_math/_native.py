@@ -84,9 +84,9 @@ def _load_exports():
                    os.path.join(_SOURCE_BUILD, "generated", "python")):
         path = os.path.join(folder or "", "_exports.py")
         if folder and os.path.exists(path):
-            spec = importlib.util.spec_from_file_location(__name__ + "_exports", path)
-            module = importlib.util.module_from_spec(spec)
-            spec.loader.exec_module(module)
+            found = importlib.util.spec_from_file_location(__name__ + "_exports", path)
+            module = importlib.util.module_from_spec(found)
+            found.loader.exec_module(module)
             return module
     raise ImportError("korvane_core_math: the generated _exports.py was not found "
                       "(build the library, or set KCM_GENERATED_PYTHON)")

@@ -10,14 +10,6 @@
 namespace kcm::cli {
 namespace {
 
-void print_array(const char* label, const std::vector<double>& values)
-{
-    std::printf("%s =", label);
-    for (std::size_t i = 0; i < values.size(); ++i)
-        std::printf("%s%.17g", i ? "," : " ", values[i]);
-    std::printf("\n");
-}
-
 // Counts are read through the number list and checked as 32-bit integers.
 std::string format_int(double c)
 {
@@ -26,45 +18,34 @@ std::string format_int(double c)
     return buffer;
 }
 
-void expect_words(const std::vector<std::string>& words, std::size_t count)
+// SortDoubleArray v1,v2,...: the array as the export leaves it.
+void sort(const Words& words, Output& out)
 {
-    if (words.size() != count)
-        throw std::invalid_argument("expected " + std::to_string(count) + " arguments");
-}
-
-// SortDoubleArray v1,v2,...: prints the array as the export leaves it.
-void sort(const Words& words)
-{
-    expect_words(words, 1);
+    expect_count(words, 1);
     std::vector<double> values = parse_doubles(words[0]);
     errno = 0;
     SortDoubleArray(values.data(), static_cast<int32_t>(values.size()));
-    const int err = errno;
-    print_array("values", values);
-    print_errno(err);
+    out.set_errno(errno);
+    out.numbers("values", values);
 }
 
-// ExtractSorted c1,c2,... v1,v2,...: prints the expansion and the counts left.
-void extract(const Words& words)
+// ExtractSorted c1,c2,... v1,v2,...: the expansion and the counts left.
+void extract(const Words& words, Output& out)
 {
-    expect_words(words, 2);
+    expect_count(words, 2);
     std::vector<int32_t> counts;
     for (double c : parse_doubles(words[0])) counts.push_back(parse_int(format_int(c)));
     const std::vector<double> values = parse_doubles(words[1]);
-    if (values.size() != counts.size())
-        throw std::invalid_argument("counts and values differ in length");
+    if (values.size() != counts.size()) throw UsageError("counts and values differ in length");
     std::size_t total = 0;
     for (int32_t c : counts)
         if (c > 0) total += static_cast<std::size_t>(c);
-    std::vector<double> out(total);
+    std::vector<double> expanded(total);
     errno = 0;
-    ExtractSorted(counts.data(), out.data(), values.data(), static_cast<int32_t>(values.size()));
-    const int err = errno;
-    print_array("out", out);
-    std::printf("counts =");
-    for (std::size_t i = 0; i < counts.size(); ++i) std::printf("%s%d", i ? "," : " ", counts[i]);
-    std::printf("\n");
-    print_errno(err);
+    ExtractSorted(counts.data(), expanded.data(), values.data(), static_cast<int32_t>(values.size()));
+    out.set_errno(errno);
+    out.numbers("out", expanded);
+    out.integers("counts", counts);
 }
 
 }  // namespace

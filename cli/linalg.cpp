@@ -3,8 +3,8 @@
 // A matrix argument is either three words, `rows cols v1,v2,...` with the
 // values in column-major order, or one word naming a CSV file with one matrix
 // row per line ('#' lines are comments). Matrices are passed with offset 0 and
-// ld = rows. The command prints the status the export returned and every array
-// it wrote, each value to 17 significant digits.
+// ld = rows. The command records the INFO the export returned (a nonzero INFO
+// makes the exit status 1) and every array it wrote. Flags are 0 or 1.
 #include <fstream>
 #include <sstream>
 
@@ -34,7 +34,7 @@ bool is_integer(const std::string& word)
     try {
         parse_int(word);
         return true;
-    } catch (const std::invalid_argument&) {
+    } catch (const UsageError&) {
         return false;
     }
 }
@@ -42,15 +42,15 @@ bool is_integer(const std::string& word)
 Dense read_csv(const std::string& path)
 {
     std::ifstream in(path);
-    if (!in) throw std::invalid_argument("cannot read matrix file " + path);
+    if (!in) throw UsageError("cannot read matrix file " + path);
     std::vector<std::vector<double>> rows;
     for (std::string line; std::getline(in, line);) {
         if (line.empty() || line[0] == '#') continue;
         rows.push_back(parse_doubles(line));
         if (rows.back().size() != rows.front().size())
-            throw std::invalid_argument(path + ": rows of different lengths");
+            throw UsageError(path + ": rows of different lengths");
     }
-    if (rows.empty()) throw std::invalid_argument(path + ": no matrix rows");
+    if (rows.empty()) throw UsageError(path + ": no matrix rows");
     Dense a(static_cast<int32_t>(rows.size()), static_cast<int32_t>(rows.front().size()));
     for (int32_t i = 0; i < a.rows; ++i)
         for (int32_t j = 0; j < a.cols; ++j) a.data[std::size_t(j) * a.rows + i] = rows[i][j];
@@ -60,15 +60,15 @@ Dense read_csv(const std::string& path)
 // Takes one matrix argument starting at words[pos] and advances pos.
 Dense take_matrix(const std::vector<std::string>& words, std::size_t& pos)
 {
-    if (pos >= words.size()) throw std::invalid_argument("missing matrix argument");
+    if (pos >= words.size()) throw UsageError("missing matrix argument");
     if (!is_integer(words[pos])) return read_csv(words[pos++]);
-    if (pos + 2 >= words.size()) throw std::invalid_argument("a matrix is: rows cols v1,v2,...");
+    if (pos + 2 >= words.size()) throw UsageError("a matrix is: rows cols v1,v2,...");
     const int32_t m = parse_int(words[pos]), n = parse_int(words[pos + 1]);
-    if (m < 1 || n < 1) throw std::invalid_argument("matrix dimensions must be positive");
+    if (m < 1 || n < 1) throw UsageError("matrix dimensions must be positive");
     Dense a(m, n);
     const std::vector<double> v = parse_doubles(words[pos + 2]);
     if (v.size() != std::size_t(m) * n)
-        throw std::invalid_argument("expected " + std::to_string(m * n) + " matrix values");
+        throw UsageError("expected " + std::to_string(m * n) + " matrix values");
     a.data = v;
     pos += 3;
     return a;
@@ -76,89 +76,64 @@ Dense take_matrix(const std::vector<std::string>& words, std::size_t& pos)
 
 double take_double(const std::vector<std::string>& words, std::size_t& pos)
 {
-    if (pos >= words.size()) throw std::invalid_argument("missing number");
+    if (pos >= words.size()) throw UsageError("missing number");
     return parse_double(words[pos++]);
-}
-
-int32_t take_int(const std::vector<std::string>& words, std::size_t& pos)
-{
-    if (pos >= words.size()) throw std::invalid_argument("missing integer");
-    return parse_int(words[pos++]);
 }
 
 void expect_end(const std::vector<std::string>& words, std::size_t pos)
 {
-    if (pos != words.size()) throw std::invalid_argument("unexpected argument: " + words[pos]);
+    if (pos != words.size()) throw UsageError("unexpected argument: " + words[pos]);
 }
 
-void print_status(const char* label, int32_t status) { std::printf("%s = %d\n", label, status); }
-
-// The leading rows x cols block, one matrix row per line.
-void print_matrix(const char* label, const double* data, int32_t ld, int32_t rows, int32_t cols)
+bool take_flag(const std::vector<std::string>& words, std::size_t& pos, const char* name)
 {
-    std::printf("%s (%d x %d) =\n", label, rows, cols);
-    for (int32_t i = 0; i < rows; ++i) {
-        std::printf(" ");
-        for (int32_t j = 0; j < cols; ++j) std::printf(" %.17g", data[std::size_t(j) * ld + i]);
-        std::printf("\n");
-    }
+    if (pos >= words.size()) throw UsageError(std::string("missing flag ") + name);
+    return parse_flag(words[pos++], name);
 }
 
-void print_vector(const char* label, const double* v, int32_t n)
-{
-    std::printf("%s =", label);
-    for (int32_t i = 0; i < n; ++i) std::printf(" %.17g", v[i]);
-    std::printf("\n");
-}
+// LAPACK's INFO: 0 is success.
+void record_info(Output& out, const char* label, int32_t info) { out.status(label, info, info == 0); }
 
-void print_ints(const char* label, const int32_t* v, int32_t n)
-{
-    std::printf("%s =", label);
-    for (int32_t i = 0; i < n; ++i) std::printf(" %d", v[i]);
-    std::printf("\n");
-}
-
-
-void cholesky(const Words& w)
+void cholesky(const Words& w, Output& out)
 {
     std::size_t p = 0;
-    const int32_t upper = take_int(w, p);
+    const int32_t upper = take_flag(w, p, "upper");
     Dense a = take_matrix(w, p);
     expect_end(w, p);
-    print_status("Cholesky", Cholesky(upper, a.ptr(), a.d()));
-    print_matrix("A", a.ptr(), a.rows, a.rows, a.cols);
+    record_info(out, "info", Cholesky(upper, a.ptr(), a.d()));
+    out.matrix("A", a.ptr(), a.rows, a.rows, a.cols);
 }
 
-void cholesky_solve(const Words& w)
+void cholesky_solve(const Words& w, Output& out)
 {
     std::size_t p = 0;
-    const int32_t upper = take_int(w, p);
+    const int32_t upper = take_flag(w, p, "upper");
     Dense l = take_matrix(w, p), b = take_matrix(w, p);
     expect_end(w, p);
-    print_status("CholeskySolve", CholeskySolve(upper, l.ptr(), l.d(), b.ptr(), b.d()));
-    print_matrix("X", b.ptr(), b.rows, b.rows, b.cols);
+    record_info(out, "info", CholeskySolve(upper, l.ptr(), l.d(), b.ptr(), b.d()));
+    out.matrix("X", b.ptr(), b.rows, b.rows, b.cols);
 }
 
-void triangular(const Words& w)
+void triangular(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p);
-    const int32_t upper = take_int(w, p), transpose = take_int(w, p);
+    const int32_t upper = take_flag(w, p, "upper"), transpose = take_flag(w, p, "transpose");
     Dense b = take_matrix(w, p);
     expect_end(w, p);
-    print_status("SolveTriangularSystem",
-                 SolveTriangularSystem(a.ptr(), a.d(), upper, transpose, b.ptr(), b.d()));
-    print_matrix("X", b.ptr(), b.rows, b.rows, b.cols);
+    record_info(out, "info", SolveTriangularSystem(a.ptr(), a.d(), upper, transpose, b.ptr(), b.d()));
+    out.matrix("X", b.ptr(), b.rows, b.rows, b.cols);
 }
 
-void disable_threading(const Words& w)
+void disable_threading(const Words& w, Output& out)
 {
     expect_end(w, 0);
     DisableMKLThreading();
-    std::printf("DisableMKLThreading: MKL runs on one thread in this process\n");
+    out.note("DisableMKLThreading: MKL runs on one thread in this process");
 }
 
-void qr(const Words& w, bool pivoting)
+// A: R on and above the diagonal, the reflectors below it.
+void qr(const Words& w, Output& out, bool pivoting)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p);
@@ -166,39 +141,40 @@ void qr(const Words& w, bool pivoting)
     std::vector<double> tau(std::min(a.rows, a.cols));
     std::vector<int32_t> jpvt(a.cols, 0);
     if (pivoting) {
-        print_status("QRP", QRP(a.ptr(), a.d(), tau.data(), jpvt.data()));
+        record_info(out, "info", QRP(a.ptr(), a.d(), tau.data(), jpvt.data()));
     } else {
-        print_status("QR", QR(a.ptr(), a.d(), tau.data()));
+        record_info(out, "info", QR(a.ptr(), a.d(), tau.data()));
     }
-    print_matrix("A (R and reflectors)", a.ptr(), a.rows, a.rows, a.cols);
-    print_vector("tau", tau.data(), int32_t(tau.size()));
-    if (pivoting) print_ints("jpvt", jpvt.data(), a.cols);
+    out.matrix("A", a.ptr(), a.rows, a.rows, a.cols);
+    out.numbers("tau", tau);
+    if (pivoting) out.integers("jpvt", jpvt);
 }
 
-void qr_q(const Words& w)
+void qr_q(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p);
     expect_end(w, p);
     std::vector<double> tau(std::min(a.rows, a.cols));
-    print_status("QR", QR(a.ptr(), a.d(), tau.data()));
-    print_status("QR_Q", QR_Q(a.ptr(), a.d(), tau.data()));
-    print_matrix("Q", a.ptr(), a.rows, a.rows, a.cols);
+    record_info(out, "QR_info", QR(a.ptr(), a.d(), tau.data()));
+    record_info(out, "info", QR_Q(a.ptr(), a.d(), tau.data()));
+    out.matrix("Q", a.ptr(), a.rows, a.rows, a.cols);
 }
 
-void qr_qy(const Words& w)
+// C: Q C, or Q^T C with transpose.
+void qr_qy(const Words& w, Output& out)
 {
     std::size_t p = 0;
-    const int32_t transpose = take_int(w, p);
+    const int32_t transpose = take_flag(w, p, "transpose");
     Dense a = take_matrix(w, p), c = take_matrix(w, p);
     expect_end(w, p);
     std::vector<double> tau(std::min(a.rows, a.cols));
-    print_status("QR", QR(a.ptr(), a.d(), tau.data()));
-    print_status("QR_Qy", QR_Qy(a.ptr(), a.d(), transpose, tau.data(), c.ptr(), c.d()));
-    print_matrix(transpose ? "Q^T C" : "Q C", c.ptr(), c.rows, c.rows, c.cols);
+    record_info(out, "QR_info", QR(a.ptr(), a.d(), tau.data()));
+    record_info(out, "info", QR_Qy(a.ptr(), a.d(), transpose, tau.data(), c.ptr(), c.d()));
+    out.matrix("C", c.ptr(), c.rows, c.rows, c.cols);
 }
 
-void ls(const Words& w)
+void ls(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p), b = take_matrix(w, p);
@@ -207,11 +183,11 @@ void ls(const Words& w)
     Dense x(std::max(a.rows, a.cols), b.cols);
     for (int32_t j = 0; j < b.cols; ++j)
         for (int32_t i = 0; i < b.rows; ++i) x.data[std::size_t(j) * x.rows + i] = b.data[std::size_t(j) * b.rows + i];
-    print_status("LS", LS(a.ptr(), a.d(), x.ptr(), x.d()));
-    print_matrix("X", x.ptr(), x.rows, a.cols, x.cols);
+    record_info(out, "info", LS(a.ptr(), a.d(), x.ptr(), x.d()));
+    out.matrix("X", x.ptr(), x.rows, a.cols, x.cols);
 }
 
-void ols(const Words& w)
+void ols(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p), b = take_matrix(w, p);
@@ -221,31 +197,31 @@ void ols(const Words& w)
     Dense c(a.cols, b.cols);
     std::vector<double> tau(std::min(a.rows, a.cols));
     const int32_t status = OLS(a.ptr(), a.d(), b.ptr(), b.d(), c.ptr(), c.d(), tau.data(), tol);
-    print_status("OLS", status);
+    record_info(out, "info", status);
     if (status != 0) return;  // a column number or an argument error: nothing solved
-    print_matrix("coefficients", c.ptr(), c.rows, c.rows, c.cols);
-    print_matrix("Q^T B", b.ptr(), b.rows, b.rows, b.cols);
+    out.matrix("coefficients", c.ptr(), c.rows, c.rows, c.cols);
+    out.matrix("QtB", b.ptr(), b.rows, b.rows, b.cols);
     // The residual sum of squares of the first response, from the rotated
     // residuals and from Xb on the original data.
     double rss = 0;
     for (int32_t i = a.cols; i < b.rows; ++i) rss += b.data[i] * b.data[i];
-    print_value("rotated residual sum of squares", rss);
+    out.number("rss", rss);
     Dense x0 = x;
-    print_value("Xb", Xb(x0.ptr(), x0.d(), c.ptr(), y.data.data()));
+    out.number("Xb", Xb(x0.ptr(), x0.d(), c.ptr(), y.data.data()));
 }
 
-void xb(const Words& w)
+void xb(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense x = take_matrix(w, p);
-    if (p + 2 != w.size()) throw std::invalid_argument("expected beta and y as lists");
+    if (p + 2 != w.size()) throw UsageError("expected beta and y as lists");
     const std::vector<double> beta = parse_doubles(w[p]), y = parse_doubles(w[p + 1]);
     if (beta.size() != std::size_t(x.cols) || y.size() != std::size_t(x.rows))
-        throw std::invalid_argument("beta needs cols values and y rows values");
-    print_value("Xb", Xb(x.ptr(), x.d(), beta.data(), y.data()));
+        throw UsageError("beta needs cols values and y rows values");
+    out.result(Xb(x.ptr(), x.d(), beta.data(), y.data()));
 }
 
-void eigen(const Words& w)
+void eigen(const Words& w, Output& out)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p);
@@ -254,13 +230,13 @@ void eigen(const Words& w)
     std::vector<double> values(n);
     Dense z(n, n);
     int32_t found = 0;
-    print_status("EigenSymmetric", EigenSymmetric(a.ptr(), a.d(), values.data(), &found, z.ptr(), z.d()));
-    print_status("m", found);
-    print_vector("w", values.data(), n);
-    print_matrix("Z", z.ptr(), n, n, n);
+    record_info(out, "info", EigenSymmetric(a.ptr(), a.d(), values.data(), &found, z.ptr(), z.d()));
+    out.integer("m", found);
+    out.numbers("w", values);
+    out.matrix("Z", z.ptr(), n, n, n);
 }
 
-void svd(const Words& w, bool full)
+void svd(const Words& w, Output& out, bool full)
 {
     std::size_t p = 0;
     Dense a = take_matrix(w, p);
@@ -270,10 +246,10 @@ void svd(const Words& w, bool full)
     Dense u(m, full ? m : k), vt(full ? n : k, n);
     const int32_t info = full ? FullSVD(a.ptr(), a.d(), s.data(), u.ptr(), u.d(), vt.ptr(), vt.d())
                               : ThinSVD(a.ptr(), a.d(), s.data(), u.ptr(), u.d(), vt.ptr(), vt.d());
-    print_status(full ? "FullSVD" : "ThinSVD", info);
-    print_vector("s", s.data(), k);
-    print_matrix("U", u.ptr(), u.rows, u.rows, u.cols);
-    print_matrix("VT", vt.ptr(), vt.rows, vt.rows, vt.cols);
+    record_info(out, "info", info);
+    out.numbers("s", s);
+    out.matrix("U", u.ptr(), u.rows, u.rows, u.cols);
+    out.matrix("VT", vt.ptr(), vt.rows, vt.rows, vt.cols);
 }
 
 }  // namespace
@@ -283,15 +259,15 @@ const Runner run::Cholesky{"upper A   (a matrix: rows cols v1,v2,... column-majo
 const Runner run::CholeskySolve{"upper L B   (L: the factor from Cholesky)", cholesky_solve};
 const Runner run::SolveTriangularSystem{"A upper transpose B", triangular};
 const Runner run::DisableMKLThreading{"", disable_threading};
-const Runner run::QR{"A", [](const Words& w) { qr(w, false); }};
-const Runner run::QRP{"A   (all columns free)", [](const Words& w) { qr(w, true); }};
+const Runner run::QR{"A", [](const Words& w, Output& out) { qr(w, out, false); }};
+const Runner run::QRP{"A   (all columns free)", [](const Words& w, Output& out) { qr(w, out, true); }};
 const Runner run::QR_Q{"A   (factored by QR first)", qr_q};
 const Runner run::QR_Qy{"transpose A C   (A factored by QR first)", qr_qy};
 const Runner run::LS{"A B", ls};
 const Runner run::OLS{"A B tol", ols};
 const Runner run::Xb{"X beta y   (beta, y: comma-separated lists)", xb};
 const Runner run::EigenSymmetric{"A   (lower triangle read)", eigen};
-const Runner run::FullSVD{"A", [](const Words& w) { svd(w, true); }};
-const Runner run::ThinSVD{"A", [](const Words& w) { svd(w, false); }};
+const Runner run::FullSVD{"A", [](const Words& w, Output& out) { svd(w, out, true); }};
+const Runner run::ThinSVD{"A", [](const Words& w, Output& out) { svd(w, out, false); }};
 
 }  // namespace kcm::cli

@@ -10,37 +10,36 @@ namespace {
 
 using MCExport = double (*)(double, int32_t, double, const double*, unsigned char);
 
-Runner multcomp(std::string name, MCExport fn, std::string first)
+Runner multcomp(MCExport fn, std::string first)
 {
-    return Runner{first + " k df lambda1,lambda2,... upper", [name, fn](const Words& words) {
-        if (words.size() != 5) throw std::invalid_argument("expected 5 arguments");
+    return Runner{first + " k df lambda1,lambda2,... upper", [fn](const Words& words, Output& out) {
+        expect_count(words, 5);
         const double x = parse_double(words[0]);
         const int32_t k = parse_int(words[1]);
         const double df = parse_double(words[2]);
         std::vector<double> lambda = parse_doubles(words[3]);
-        const auto upper = parse_arg<unsigned char>(words[4]);
+        const unsigned char upper = parse_flag(words[4], "upper") ? 1 : 0;
         if (lambda.size() == 1 && k > 1) lambda.resize(k, lambda[0]);
         if (k > 1 && lambda.size() == static_cast<std::size_t>(k - 1))
             lambda.push_back(0.0);
         // The library reads up to k entries; never let it read past the list.
         if (k > 0 && lambda.size() < static_cast<std::size_t>(k))
-            throw std::invalid_argument("lambda needs 1, k - 1 or k values");
+            throw UsageError("lambda needs 1, k - 1 or k values");
         errno = 0;
         const double v = fn(x, k, df, lambda.data(), upper);
-        const int err = errno;
-        print_value(name.c_str(), v);
-        print_errno(err);
+        out.set_errno(errno);
+        out.result(v);
     }};
 }
 
 }  // namespace
 
 // a: studentized range, b: Hsu, c: Dunnett.
-const Runner run::MCaCDF = multcomp("MCaCDF", ::MCaCDF, "q");
-const Runner run::MCaICDF = multcomp("MCaICDF", ::MCaICDF, "p");
-const Runner run::MCbCDF = multcomp("MCbCDF", ::MCbCDF, "q");
-const Runner run::MCbICDF = multcomp("MCbICDF", ::MCbICDF, "p");
-const Runner run::MCcCDF = multcomp("MCcCDF", ::MCcCDF, "q");
-const Runner run::MCcICDF = multcomp("MCcICDF", ::MCcICDF, "p");
+const Runner run::MCaCDF = multcomp(::MCaCDF, "q");
+const Runner run::MCaICDF = multcomp(::MCaICDF, "p");
+const Runner run::MCbCDF = multcomp(::MCbCDF, "q");
+const Runner run::MCbICDF = multcomp(::MCbICDF, "p");
+const Runner run::MCcCDF = multcomp(::MCcCDF, "q");
+const Runner run::MCcICDF = multcomp(::MCcICDF, "p");
 
 }  // namespace kcm::cli

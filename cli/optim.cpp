@@ -2,7 +2,8 @@
 // free host loop, so the command is that loop on a fixed objective, the
 // chained Rosenbrock function sum 100 (x[i+1] - x[i]^2)^2 + (1 - x[i])^2: it
 // calls LBFGSBStart, then LBFGSBStep, evaluating f and g whenever asked (code
-// 1) and printing each new iterate (code 2), then LBFGSBEnd.
+// 1) and tracing each new iterate (code 2), then LBFGSBEnd. Only code 3
+// (converged) counts as success in the exit status.
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -41,22 +42,15 @@ const char* meaning(int32_t code)
     }
 }
 
-void print_point(const std::vector<double>& x)
+void minimise(const Words& words, Output& out)
 {
-    std::printf("x =");
-    for (double v : x) std::printf(" %.17g", v);
-    std::printf("\n");
-}
-
-void minimise(const std::vector<std::string>& words)
-{
-    if (words.size() != 6) throw std::invalid_argument("expected 6 arguments");
+    expect_count(words, 6);
     const int32_t m = parse_int(words[0]);
     const double factr = parse_double(words[1]), pgtol = parse_double(words[2]);
     const std::vector<double> lower = parse_doubles(words[3]), upper = parse_doubles(words[4]);
     std::vector<double> x = parse_doubles(words[5]);
     if (lower.size() != x.size() || upper.size() != x.size())
-        throw std::invalid_argument("lower, upper and start must have the same length");
+        throw UsageError("lower, upper and start must have the same length");
 
     // An infinite bound is no bound: the bound type follows from which are finite.
     const auto n = static_cast<int32_t>(x.size());
@@ -80,18 +74,22 @@ void minimise(const std::vector<std::string>& words)
             f = rosenbrock(x, g);
             ++evaluations;
         } else if (code == 2) {
-            ++iterations;
-            std::printf("iteration %3d  evaluations %3d  f = %-24.17g", iterations, evaluations, f);
-            print_point(x);
+            Output row;
+            row.integer("iteration", ++iterations);
+            row.integer("evaluations", evaluations);
+            row.number("f", f);
+            row.numbers("x", x);
+            out.trace(row);
         } else {
             break;
         }
     }
     LBFGSBEnd(state);
-    std::printf("code = %d (%s) after %d iterations and %d evaluations\n", code, meaning(code),
-                iterations, evaluations);
-    std::printf("f = %.17g\n", f);
-    print_point(x);
+    out.status("code", code, code == 3, meaning(code));
+    out.number("f", f);
+    out.numbers("x", x);
+    out.integer("iterations", iterations);
+    out.integer("evaluations", evaluations);
 }
 
 const char* const kUsage = "m factr pgtol lower upper start (lists; +-inf: no bound)";

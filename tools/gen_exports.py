@@ -117,6 +117,16 @@ def python_prototypes(exports):
     return "\n".join(lines) + "\n"
 
 
+# i32 arguments that are booleans, although the whole integer reaches the
+# export: the Kolmogorov tail flag and the linear algebra's upper/transpose.
+# kcm takes only 0 or 1 for them, as for the one-byte flags.
+I32_FLAGS = {"upper", "transpose"}
+
+
+def is_kcm_flag(a):
+    return a.kind == "flag" or (a.kind == "i32" and a.name in I32_FLAGS)
+
+
 def kcm_commands(exports):
     """C++ initialisers of kcm's registry: scalar exports run generically,
     the others by the runner of the same name in namespace run."""
@@ -124,10 +134,11 @@ def kcm_commands(exports):
     for e in exports:
         signature = c_declaration(e).replace('"', '\\"')
         help_text = ERRORS[e.errors].replace('"', '\\"')
-        usage = " ".join(a.name for a in e.args)
         if is_scalar(e):
-            lines.append(f'scalar("{e.name}", ::{e.name}, "{usage}", "{e.family}", "{signature}", '
-                         f'"{help_text}"),')
+            params = ", ".join(f'flag("{a.name}")' if is_kcm_flag(a) else f'{{"{a.name}"}}'
+                               for a in e.args)
+            lines.append(f'scalar("{e.name}", ::{e.name}, {{{params}}}, "{e.family}", '
+                         f'"{signature}", "{help_text}"),')
         else:
             lines.append(f'custom("{e.name}", run::{e.name}, "{e.family}", "{signature}", '
                          f'"{help_text}"),')

@@ -40,7 +40,7 @@ def _make(pyname, export, first, doc):
         xs, dfs = np.asarray(x, dtype=np.float64), np.asarray(df, dtype=np.float64)
         if xs.ndim == 0 and dfs.ndim == 0:
             if bad:
-                report_counts(export, invalid=1, reason=_BAD_LAMBDAS)
+                report_counts(export, invalid=1, reason=_BAD_LAMBDAS, stacklevel=3)
                 return float("nan")
             status = _native.CallStatus()
             r = _native.call(export, status, float(xs), k, float(dfs), lp, flag)
@@ -50,13 +50,13 @@ def _make(pyname, export, first, doc):
         shape = np.broadcast_shapes(xs.shape, dfs.shape)
         out = np.full(shape, np.nan)
         if bad:
-            report_counts(export, invalid=out.size, reason=_BAD_LAMBDAS)
+            report_counts(export, invalid=out.size, reason=_BAD_LAMBDAS, stacklevel=3)
             return out
         xv, xstride = strided(np.broadcast_to(xs, shape))
         dv, dstride = strided(np.broadcast_to(dfs, shape))
         status = _native.call_array(export, out.size, out, [
             (xv.ctypes.data, xstride), k, (dv.ctypes.data, dstride), lp, flag])
-        report_counts(export, status=status)
+        report_counts(export, status=status, stacklevel=3)
         return out
 
     wrapper.__name__ = wrapper.__qualname__ = pyname

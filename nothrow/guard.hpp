@@ -4,10 +4,13 @@
 // Python's ctypes). The call clears errno, calls the export inside a try
 // block, and records in the caller's KcmStatus the errno it left and the
 // type and message of anything it threw; the result is written only when the
-// export returned.
+// export returned. The array loops (loop below) do the same per element and
+// count what each element left.
 #pragma once
 
 #include <cerrno>
+#include <cmath>
+#include <limits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -32,7 +35,8 @@ inline void copy_text(char* dst, std::size_t size, const char* src)
 // exported, so Boost's exception classes cannot be matched by type across
 // shared objects. Boost throws through boost::throw_exception, which wraps E
 // in boost::wrapexcept<E> (derived from E): E is reported.
-inline void record(KcmStatus* st, const std::exception& e)
+template <class Status>
+void record(Status* st, const std::exception& e)
 {
     int status = 0;
     std::unique_ptr<char, void (*)(void*)> name(
@@ -81,6 +85,49 @@ template <class... P, class... A>
 int32_t call(KcmStatus* st, void (*fn)(P...), A... args)
 {
     return guarded(st, [&] { fn(args...); });
+}
+
+// The array loop behind kcmnv_NAME: element(i) is the export called on the
+// i-th arguments. An element that throws gets NaN and is counted (the first
+// exception's type and message kept); the loop goes on with the next one.
+// errno is restored afterwards, so the caller's is as the loop found it.
+template <class Element>
+int64_t loop(KcmArrayStatus* st, int64_t count, double* out, Element element)
+{
+    st->edom = st->erange = st->underflow = st->thrown = 0;
+    st->first_thrown = -1;
+    st->type[0] = st->message[0] = '\0';
+    if (count < 0) return -1;
+    const int saved = errno;
+    for (int64_t i = 0; i < count; ++i) {
+        errno = 0;
+        double r = std::numeric_limits<double>::quiet_NaN();
+        try {
+            r = element(i);
+        } catch (const std::exception& e) {
+            if (st->thrown++ == 0) {
+                st->first_thrown = i;
+                record(st, e);
+            }
+            out[i] = std::numeric_limits<double>::quiet_NaN();
+            continue;
+        } catch (...) {
+            if (st->thrown++ == 0) {
+                st->first_thrown = i;
+                copy_text(st->type, sizeof st->type, "unknown");
+                copy_text(st->message, sizeof st->message,
+                          "a non-standard exception left the library");
+            }
+            out[i] = std::numeric_limits<double>::quiet_NaN();
+            continue;
+        }
+        const int e = errno;
+        if (e == EDOM) ++st->edom;
+        else if (e == ERANGE) ++(std::isinf(r) ? st->erange : st->underflow);
+        out[i] = r;
+    }
+    errno = saved;
+    return st->thrown;
 }
 
 }  // namespace kcm::nothrow

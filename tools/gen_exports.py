@@ -114,6 +114,15 @@ def python_prototypes(exports):
     for e in exports:
         lines.append(f'    "{e.name}": ({"".join(repr(a.name) + ", " for a in e.args)}),')
     lines.append("}")
+    lines.append("")
+    lines.append("# The array loops of the non-throwing layer (kcmnv_NAME): for each argument,")
+    lines.append("# True when the loop takes it as a strided array, False when as one value.")
+    lines.append("ARRAY_ARGUMENTS = {")
+    for e in exports:
+        if looped_in_nothrow_layer(e):
+            flags = "".join(f"{varies_in_loop(a)}, " for a in e.args)
+            lines.append(f'    "{e.name}": ({flags}),')
+    lines.append("}")
     return "\n".join(lines) + "\n"
 
 
@@ -218,6 +227,37 @@ def nothrow_declaration(e):
     return f"int32_t kcmnt_{e.name}({', '.join(args)})"
 
 
+def looped_in_nothrow_layer(e):
+    """The non-throwing layer also has an array loop, kcmnv_NAME, for every
+    export that returns a double from numbers and read-only arrays: the
+    scalar exports and the multiple comparisons (their lambdas fixed per call)."""
+    return e.result == "double" and all(
+        a.kind in ("double", "i32", "u32", "flag", "const double*") for a in e.args)
+
+
+def varies_in_loop(a):
+    """The arguments an array loop takes as one strided array each: the doubles
+    and the tagged counts. Flags, selectors and read-only arrays are the same
+    for every element."""
+    return a.kind == "double" or (a.kind == "i32" and a.tag is not None)
+
+
+LOOP_PARAMETERS = ("status", "count", "out")
+
+
+def loop_declaration(e):
+    clash = {a.name for a in e.args} & set(LOOP_PARAMETERS)
+    if clash:
+        sys.exit(f"{e.name}: argument {clash.pop()} clashes with a parameter of kcmnv_{e.name}")
+    args = ["KcmArrayStatus* status", "int64_t count", "double* out"]
+    for a in e.args:
+        if varies_in_loop(a):
+            args += [f"const {C_TYPES[a.kind]}* {a.name}", f"int64_t {a.name}_stride"]
+        else:
+            args.append(f"{C_TYPES[a.kind]} {a.name}")
+    return f"int64_t kcmnv_{e.name}({', '.join(args)})"
+
+
 def nothrow_header(exports):
     out = ["/* Generated from src/exports.table: the non-throwing layer of",
            " * libKorvaneCoreMath, in its own library (libKorvaneCoreMathNoThrow.so.1),",
@@ -236,7 +276,22 @@ def nothrow_header(exports):
            "    int32_t thrown;      /* 1 when an exception left the export */",
            '    char type[128];      /* its type, e.g. "std::domain_error" */',
            "    char message[1024];  /* its what() */",
-           "} KcmStatus;"]
+           "} KcmStatus;", "",
+           "/* kcmnv_NAME(status, count, out, ...) evaluates NAME for count elements: element i",
+           " * of an array argument x is x[i * x_stride] (a stride of 0 repeats one",
+           " * value); scalar arguments are the same for every element; out[i] receives",
+           " * the result. Each element is evaluated with errno cleared; one that throws",
+           " * gets NaN, and the others are still computed. Returns the number of",
+           " * elements that threw, or -1 (nothing evaluated) for count < 0. */",
+           "typedef struct KcmArrayStatus {",
+           "    int64_t edom;         /* elements that left errno EDOM */",
+           "    int64_t erange;       /* elements that left ERANGE with an infinite result */",
+           "    int64_t underflow;    /* elements that left ERANGE with a finite result */",
+           "    int64_t thrown;       /* elements that threw (NaN written for each) */",
+           "    int64_t first_thrown; /* index of the first of them; -1 when none */",
+           "    char type[128];       /* the first exception's type */",
+           "    char message[1024];   /* and its what() */",
+           "} KcmArrayStatus;"]
     family = None
     for e in exports:
         if not guarded_in_nothrow_layer(e):
@@ -245,6 +300,8 @@ def nothrow_header(exports):
             family = e.family
             out += ["", f"/* ---- {family} ---- */"]
         out.append(f"KCM_NOTHROW_API {nothrow_declaration(e)};  /* {e.errors} */")
+        if looped_in_nothrow_layer(e):
+            out.append(f"KCM_NOTHROW_API {loop_declaration(e)};")
     out += ["", "#ifdef __cplusplus", "}", "#endif", "", "#endif"]
     return "\n".join(out) + "\n"
 
@@ -259,6 +316,12 @@ def nothrow_source(exports):
         result = "" if e.result == "void" else ", result"
         out.append(f'extern "C" {nothrow_declaration(e)}')
         out.append(f"{{ return kcm::nothrow::call(status{result}, ::{e.name}{args}); }}")
+        if looped_in_nothrow_layer(e):
+            element = ", ".join(f"{a.name}[i * {a.name}_stride]" if varies_in_loop(a) else a.name
+                                for a in e.args)
+            out.append(f'extern "C" {loop_declaration(e)}')
+            out.append(f"{{ return kcm::nothrow::loop(status, count, out, [=](int64_t i) "
+                       f"{{ return ::{e.name}({element}); }}); }}")
     return "\n".join(out) + "\n"
 
 

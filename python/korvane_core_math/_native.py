@@ -11,7 +11,8 @@ import ctypes
 import ctypes.util
 import os
 import threading
-from ctypes import POINTER, Structure, c_char, c_double, c_int32, c_ubyte, c_uint32, c_void_p
+from ctypes import (POINTER, Structure, c_char, c_double, c_int32, c_int64, c_ubyte, c_uint32,
+                    c_void_p)
 
 _HERE = os.path.dirname(os.path.abspath(__file__))
 _SOURCE_BUILD = os.path.join(os.path.dirname(os.path.dirname(_HERE)), "build")
@@ -70,6 +71,14 @@ class CallStatus(Structure):
                 ("type", c_char * 128), ("message", c_char * 1024)]
 
 
+class ArrayStatus(Structure):
+    """KcmArrayStatus: what the elements of one array loop left (counts), and
+    the first exception's type and message."""
+    _fields_ = [("edom", c_int64), ("erange", c_int64), ("underflow", c_int64),
+                ("thrown", c_int64), ("first_thrown", c_int64),
+                ("type", c_char * 128), ("message", c_char * 1024)]
+
+
 def _load_exports():
     """The generated table of every export (_exports.py, written at build time
     from src/exports.table): installed beside these modules, or in the build
@@ -98,9 +107,13 @@ _CTYPES = {"double": c_double, "i32": c_int32, "u32": c_uint32, "flag": c_ubyte,
            "desc": POINTER(MatrixDescriptor), "stream": c_void_p, "state": c_void_p, "void": None}
 pd, pi = POINTER(c_double), POINTER(c_int32)
 
+_GENERATED = _load_exports()
 # Every export: name -> (result type, argument types), from the export table.
 PROTOTYPES = {name: (_CTYPES[result], [_CTYPES[k] for k in kinds])
-              for name, (result, kinds, _errors, _family) in _load_exports().PROTOTYPES.items()}
+              for name, (result, kinds, _errors, _family) in _GENERATED.PROTOTYPES.items()}
+# The exports with an array loop: name -> for each argument, whether the loop
+# takes it as a strided array (else as one value for every element).
+ARRAY_ARGUMENTS = dict(getattr(_GENERATED, "ARRAY_ARGUMENTS", {}))
 
 
 # The exports that share the library's one LAPACK workspace. Two of them
@@ -183,3 +196,40 @@ def call(export, status, *args):
     result = c_double(float("nan"))
     fn(ctypes.byref(status), ctypes.byref(result), *args)
     return result.value
+
+
+def _bind_loops():
+    """kcmnv_NAME of the non-throwing layer: one call evaluates a whole array."""
+    found = {}
+    for name, varies in ARRAY_ARGUMENTS.items():
+        fn = getattr(nothrow, "kcmnv_" + name, None)
+        if fn is None:
+            continue
+        argtypes = [POINTER(ArrayStatus), c_int64, c_void_p]
+        for kind, array in zip(PROTOTYPES[name][1], varies):
+            argtypes += [c_void_p, c_int64] if array else [kind]
+        fn.restype = c_int64
+        fn.argtypes = argtypes
+        found[name] = fn
+    return found
+
+
+loops = _bind_loops()
+
+
+def call_array(export, count, out, args):
+    """Evaluates ``export`` for ``count`` elements into the float64 array
+    ``out`` (contiguous) through its array loop; ``args`` holds, in the
+    export's order, (address, element stride) for each array argument and the
+    value of each other one. Returns the ArrayStatus. ctypes releases the GIL
+    for the whole loop."""
+    fn = loops.get(export)
+    if fn is None:
+        from .errors import MissingExport
+        raise MissingExport(f"kcmnv_{export} is not defined by {nothrow_path}")
+    status = ArrayStatus()
+    flat = []
+    for arg, array in zip(args, ARRAY_ARGUMENTS[export]):
+        flat += list(arg) if array else [arg]
+    fn(ctypes.byref(status), count, out.ctypes.data, *flat)
+    return status

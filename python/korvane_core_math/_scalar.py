@@ -1,29 +1,51 @@
 """The wrapper factory of the scalar exports.
 
-Each scalar export is called through the library's non-throwing layer (so
-exceptions become Python exceptions and errno is read right after the call). Numeric arguments
-broadcast like numpy ufunc arguments: scalars give a float, arrays an array of
-the broadcast shape. Tail flags and selectors are plain scalars.
+Numeric arguments broadcast like numpy ufunc arguments: scalars give a float,
+arrays an array of the broadcast shape. Tail flags and selectors are plain
+scalars.
+
+A scalar call goes through the export's function in the library's
+non-throwing layer (an exception becomes the Python exception, errno is read
+right after the call). An array call is one call of the layer's array loop
+(kcmnv_NAME), which evaluates every element with errno cleared and carries on
+past an element that throws (NaN there); the call then reports once for all
+its elements (errors.report_counts). Both give the same value for the same
+element.
 """
 import inspect
+
 import numpy as np
 
 from . import _native
-from .errors import classify, raise_thrown, report_errno
+from ._checks import int32, int32_array, strided
+from .errors import classify, raise_thrown, report_counts, report_errno
 
 # Argument kinds: 'd' double, 'i' 32-bit integer (both broadcast),
 # 'b' one-byte flag (bool), 's' 32-bit selector (scalar int).
 _REQUIRED = inspect.Parameter.empty
 
 
-def _as_int32(v, name):
-    iv = int(v)
-    if iv != v:
-        raise ValueError(f"{name} must be an integer, got {v!r}")
-    return iv
+class Guard:
+    """Arguments an export would answer without meaning: ``invalid(values)``
+    marks them (a boolean array), the wrapper returns NaN there with a domain
+    report saying ``reason``, and the export sees ``substitute`` instead."""
+
+    def __init__(self, name, invalid, reason, substitute):
+        self.name, self.invalid, self.reason, self.substitute = name, invalid, reason, substitute
 
 
-def make(pyname, export, params, doc):
+def probability_guard(name):
+    """A probability argument must lie in [0, 1] (NaN does not)."""
+    return Guard(name, lambda p: ~((p >= 0.0) & (p <= 1.0)),
+                 f"{name} is NaN or outside [0, 1]", 0.5)
+
+
+def nan_guard(name):
+    """An argument must not be NaN."""
+    return Guard(name, np.isnan, f"{name} is NaN", 0.5)
+
+
+def make(pyname, export, params, doc, guard=None):
     """Build ``pyname(...)`` wrapping ``export``.
 
     params: (name, kind, default) in the export's argument order.
@@ -34,55 +56,75 @@ def make(pyname, export, params, doc):
         inspect.Parameter(n, inspect.Parameter.POSITIONAL_OR_KEYWORD, default=dflt)
         for n, _, dflt in params])
     broadcast = [i for i, k in enumerate(kinds) if k in "di"]
+    looped = _native.ARRAY_ARGUMENTS.get(export)
+    if looped is not None and tuple(k in "di" for k in kinds) != tuple(looped):
+        raise AssertionError(f"{pyname}: the array loop of {export} takes other arrays")
+    guarded_at = names.index(guard.name) if guard else None
 
     def convert(values):
         out = []
         for v, k, n in zip(values, kinds, names):
             if k == "d":
                 out.append(float(v))
-            elif k == "i":
-                out.append(_as_int32(v, n))
             elif k == "b":
                 out.append(1 if v else 0)
             else:
-                out.append(_as_int32(v, n))
+                out.append(int32(v, n))
         return out
 
-    def call_one(status, values):
-        r = _native.call(export, status, *convert(values))
+    def call_one(values):
+        status = _native.CallStatus()
+        converted = convert(values)
+        if guard and guard.invalid(np.float64(converted[guarded_at])):
+            report_counts(export, invalid=1, reason=guard.reason)
+            return float("nan")
+        r = _native.call(export, status, *converted)
         if status.thrown:
             raise_thrown(status, export)
-        return r, status.errno_value
+        dom, rng = classify(status.errno_value, r)
+        if dom or rng:
+            report_errno(export, int(dom), int(rng))
+        return r
+
+    def call_array(values):
+        arrays = {i: (np.asarray(values[i], dtype=np.float64) if kinds[i] == "d"
+                      else int32_array(values[i], names[i])) for i in broadcast}
+        shape = np.broadcast_shapes(*[a.shape for a in arrays.values()])
+        invalid, mask = 0, None
+        if guard:
+            checked = np.broadcast_to(arrays[guarded_at], shape)
+            mask = guard.invalid(checked)
+            invalid = int(np.count_nonzero(mask))
+            if invalid:
+                arrays[guarded_at] = np.where(mask, guard.substitute, checked)
+        out = np.empty(shape, dtype=np.float64)
+        args, keep = [], []
+        for i, (v, k, n) in enumerate(zip(values, kinds, names)):
+            if i in arrays:
+                view, stride = strided(np.broadcast_to(arrays[i], shape))
+                keep.append(view)
+                args.append((view.ctypes.data, stride))
+            elif k == "b":
+                args.append(1 if v else 0)
+            else:
+                args.append(int32(v, n))
+        status = _native.call_array(export, out.size, out, args)
+        if invalid:
+            out[mask] = np.nan
+        report_counts(export, invalid=invalid, reason=guard.reason if guard else "",
+                      status=status)
+        return out
 
     def wrapper(*args, **kwargs):
         bound = sig.bind(*args, **kwargs)
         bound.apply_defaults()
         values = list(bound.arguments.values())
-        status = _native.CallStatus()
         for i, (k, v) in enumerate(zip(kinds, values)):
             if k in "bs" and np.ndim(v) != 0:
                 raise TypeError(f"{names[i]} must be a scalar")
         if all(np.ndim(values[i]) == 0 for i in broadcast):
-            r, err = call_one(status, values)
-            dom, rng = classify(err, r)
-            if dom or rng:
-                report_errno(export, int(dom), int(rng))
-            return r
-        arrays = np.broadcast_arrays(*[np.asarray(values[i]) for i in broadcast])
-        out = np.empty(arrays[0].shape, dtype=float)
-        n_dom = n_rng = 0
-        row = list(values)
-        for index in np.ndindex(out.shape):
-            for j, i in enumerate(broadcast):
-                row[i] = arrays[j][index]
-            r, err = call_one(status, row)
-            out[index] = r
-            dom, rng = classify(err, r)
-            n_dom += dom
-            n_rng += rng
-        if n_dom or n_rng:
-            report_errno(export, n_dom, n_rng)
-        return out
+            return call_one(values)
+        return call_array(values)
 
     wrapper.__name__ = wrapper.__qualname__ = pyname
     wrapper.__signature__ = sig

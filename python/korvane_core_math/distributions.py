@@ -7,7 +7,8 @@ tail its probability refers to.
 from ctypes import byref, c_double
 
 from . import _native
-from ._scalar import B, D, I, R, S, make
+from ._checks import int32
+from ._scalar import B, D, I, R, S, make, probability_guard
 from .errors import raise_thrown
 
 _U = ("upper", B, False)
@@ -102,7 +103,10 @@ fnc_hypergeometric_cdf = make(
 fnc_hypergeometric_icdf = make(
     "fnc_hypergeometric_icdf", "FNCHypergeometricICDF", [("p", D, R), ("n", I, R), ("m", I, R), ("N", I, R), ("odds", D, R), _U,
      ("accuracy", D, 1e-8)],
-    "The smallest x whose cumulative probability reaches p (of the chosen tail).")
+    "The smallest x whose cumulative probability reaches p (of the chosen tail).\n"
+    "A p that is NaN or outside [0, 1] gives NaN with a domain report (the export, which\n"
+    "checks nothing, would return a count).",
+    guard=probability_guard("p"))
 
 
 def fnc_hypergeometric_moments(n, m, N, odds):
@@ -112,7 +116,8 @@ def fnc_hypergeometric_moments(n, m, N, odds):
     """
     status = _native.CallStatus()
     mean, var = c_double(float("nan")), c_double(float("nan"))
-    _native.call("FNCHypergeometricMoments", status, int(n), int(m), int(N), float(odds),
+    _native.call("FNCHypergeometricMoments", status, int32(n, "n"), int32(m, "m"), int32(N, "N"),
+                 float(odds),
                  byref(mean), byref(var))
     if status.thrown:
         raise_thrown(status, "FNCHypergeometricMoments")
@@ -122,4 +127,5 @@ def fnc_hypergeometric_moments(n, m, N, odds):
 fnc_hypergeometric_moments.export = "FNCHypergeometricMoments"
 
 __all__ = [n for n in dir() if not n.startswith("_") and n not in
-           ("B", "D", "I", "R", "S", "make", "byref", "c_double", "raise_thrown")]
+           ("B", "D", "I", "R", "S", "int32", "make", "probability_guard", "byref", "c_double",
+            "raise_thrown")]

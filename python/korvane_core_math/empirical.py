@@ -2,10 +2,14 @@
 import numpy as np
 
 from . import _native
-from ._scalar import D, R, S, make
+from ._checks import int32, int32_array
+from ._scalar import D, R, S, make, nan_guard
 
 _k_cdf = make("kolmogorov_cdf", "KolmogorovCDF", [("x", D, R), ("n", D, R), ("upper", S, 0)], "")
-_k_icdf = make("kolmogorov_icdf", "KolmogorovICDF", [("p", D, R), ("n", D, R), ("upper", S, 0)], "")
+# The export returns a number for a NaN p: refused here. (A p outside [0, 1]
+# it refuses itself: no root can be bracketed.)
+_k_icdf = make("kolmogorov_icdf", "KolmogorovICDF", [("p", D, R), ("n", D, R), ("upper", S, 0)], "",
+               guard=nan_guard("p"))
 
 
 def kolmogorov_cdf(x, n, upper=False):
@@ -20,8 +24,10 @@ def kolmogorov_cdf(x, n, upper=False):
 def kolmogorov_icdf(p, n, upper=False):
     """The x with P(D_n <= x) = p, or P(D_n >= x) = p with upper=True.
 
-    Raises EvaluationError when no root can be bracketed (p outside what the
-    tail reaches). Wraps the export ``KolmogorovICDF``.
+    A NaN p gives NaN with a domain report. Raises EvaluationError when no
+    root can be bracketed (p outside what the tail reaches, p outside
+    [0, 1]; for an array: NaN there and one warning). Wraps the export
+    ``KolmogorovICDF``.
     """
     return _k_icdf(p, n, 1 if upper else 0)
 
@@ -39,6 +45,7 @@ def sort_double_array(values):
     the input rotated left by one place). Use numpy.sort for sorting; this
     wrapper exists to reproduce the host's behaviour.
     """
+    int32(np.size(values), "the length of values")
     a = np.array(values, dtype=np.float64, order="C", copy=True).ravel()
     fn = _native.export("SortDoubleArray")
     fn(a.ctypes.data_as(_native.pd), len(a))
@@ -55,14 +62,15 @@ def extract_sorted(counts, values):
     consumed counts become 0 and non-positive counts are left as they are.
     Values are copied bit for bit. Wraps the export ``ExtractSorted``.
     """
-    c = np.array(counts, dtype=np.int32, copy=True).ravel()
+    c = np.array(int32_array(counts, "counts"), dtype=np.int32, copy=True).ravel()
     v = np.array(values, dtype=np.float64, copy=True).ravel()
     if len(c) != len(v):
         raise ValueError("counts and values must have the same length")
-    out = np.zeros(int(c[c > 0].sum()), dtype=np.float64)
+    n = int32(len(c), "the length of counts")
+    out = np.zeros(int(c[c > 0].sum(dtype=np.int64)), dtype=np.float64)
     fn = _native.export("ExtractSorted")
     fn(c.ctypes.data_as(_native.pi), out.ctypes.data_as(_native.pd),
-       v.ctypes.data_as(_native.pd), len(c))
+       v.ctypes.data_as(_native.pd), n)
     return out, c
 
 

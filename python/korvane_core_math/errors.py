@@ -23,6 +23,16 @@
   :class:`OverflowError_`, ``'ignore'`` drops them. An ``ERANGE`` that comes
   with a finite result is the C library's report of a subnormal (underflowed)
   value, not a failure, and is not surfaced.
+* An array call evaluates every element, whatever the others do: an element
+  whose evaluation threw gets NaN and counts as a domain report
+  (``std::overflow_error``: a range report), and the call reports once for
+  all its elements, with the counts and the first exception's type and
+  message. Under ``'raise'`` that report is the first exception's class
+  (:class:`DomainError`, :class:`EvaluationError`, ...); ``std::bad_alloc``
+  always raises ``MemoryError``.
+* Arguments for which an export has no meaningful answer but would return
+  one anyway (a NaN probability into a quantile without checks, say) are
+  stopped by the binding: NaN, reported as a domain report.
 * Linear-algebra INFO and random-stream status codes other than 0 raise
   :class:`LinAlgError` and :class:`RandomStreamError` with the code in ``info``
   / ``status``.
@@ -175,6 +185,48 @@ def report_errno(export, domain_count, range_count, detail=""):
         if modes["range"] == "raise":
             raise OverflowError_(text, errno=ERANGE)
         warnings.warn(text, RangeWarning, stacklevel=4)
+
+
+def _elements(count):
+    return f"{count} element{'s' if count != 1 else ''}"
+
+
+def report_counts(export, edom=0, erange=0, invalid=0, reason="", status=None, stacklevel=4):
+    """Surface, once, what the elements of one call left: errno counts, the
+    elements the binding refused (``invalid``, with its ``reason``) and, from
+    an ArrayStatus, the elements that threw."""
+    thrown, cxx, message = 0, "", ""
+    if status is not None:
+        thrown = status.thrown
+        edom += status.edom
+        erange += status.erange
+        cxx = status.type.decode(errors="replace")
+        message = status.message.decode(errors="replace")
+    if thrown and cxx == "std::bad_alloc":
+        raise MemoryError(f"{export}: {message} (element {status.first_thrown})")
+    thrown_range = thrown if cxx == "std::overflow_error" else 0
+    thrown_domain = thrown - thrown_range
+    threw = (f"{cxx} in {_elements(thrown)}, NaN returned there (the first, element "
+             f"{status.first_thrown if status is not None else -1}: {message})")
+    modes = _modes()
+    for key, parts, thrown_here in (
+            ("domain", [f"invalid argument (errno EDOM) in {_elements(edom)}" if edom else "",
+                        f"{reason} in {_elements(invalid)}, NaN returned" if invalid else "",
+                        threw if thrown_domain else ""], thrown_domain),
+            ("range", [f"result out of range (errno ERANGE) in {_elements(erange)}" if erange
+                       else "", threw if thrown_range else ""], thrown_range)):
+        parts = [p for p in parts if p]
+        if not parts or modes[key] == "ignore":
+            continue
+        text = f"{export}: " + "; ".join(parts)
+        if modes[key] == "raise":
+            if thrown_here:
+                raise _BY_TYPE.get(cxx, KcmError)(text, cxx_type=cxx)
+            if key == "domain":
+                raise DomainError(text, errno=EDOM if edom else None)
+            raise OverflowError_(text, errno=ERANGE)
+        warnings.warn(text, DomainWarning if key == "domain" else RangeWarning,
+                      stacklevel=stacklevel)
 
 
 def classify(errno_value, value):

@@ -17,21 +17,45 @@ from collections import namedtuple
 import numpy as np
 
 from . import _native
+from ._checks import int32, int32_array
 from .errors import LinAlgError
 
 
-def _fortran(a):
+def _fortran(a, name="a"):
+    """A column-major float64 copy; its dimensions checked against the
+    descriptors' 32-bit fields before anything is copied."""
+    shape = np.shape(a)
+    if len(shape) not in (1, 2):
+        raise ValueError(f"{name}: expected a vector or a matrix")
+    for size, what in zip(shape, ("rows", "columns")):
+        int32(size, f"the number of {what} of {name}")
     arr = np.array(a, dtype=np.float64, order="F", copy=True)
     if arr.ndim == 1:
         arr = arr.reshape(-1, 1, order="F")
-    if arr.ndim != 2:
-        raise ValueError("expected a vector or a matrix")
     return arr
 
 
 def _desc(arr, rows=None):
+    """The descriptor of all of ``arr`` (offset 0, ld = its rows), or of its
+    first ``rows`` rows."""
     r, c = arr.shape
-    return _native.MatrixDescriptor(0, max(1, r), r if rows is None else rows, c)
+    rows = r if rows is None else rows
+    if not 0 <= rows <= r:
+        raise ValueError(f"a descriptor of {rows} rows on a matrix of {r}")
+    return _native.MatrixDescriptor(0, max(1, r), rows, c)
+
+
+def _rows(name, arr, expected, of):
+    if arr.shape[0] != expected:
+        raise ValueError(f"{name} has {arr.shape[0]} rows; it needs {expected}, {of}")
+
+
+def _tau(t, a):
+    """tau must hold the min(m, n) scalars that the reflectors of a use."""
+    k = min(a.shape)
+    if len(t) != k:
+        raise ValueError(f"tau has {len(t)} entries; the factorisation of a {a.shape[0]} x "
+                         f"{a.shape[1]} matrix has min(m, n) = {k}")
 
 
 def _ptr(arr):
@@ -53,10 +77,10 @@ def _check(name, info):
         raise LinAlgError(f"{name} returned INFO = {info}: {what}", info)
 
 
-def _square(a):
-    arr = _fortran(a)
+def _square(a, name="a"):
+    arr = _fortran(a, name)
     if arr.shape[0] != arr.shape[1]:
-        raise ValueError("expected a square matrix")
+        raise ValueError(f"{name}: expected a square matrix")
     return arr
 
 
@@ -74,9 +98,10 @@ def cholesky(a):
 
 def cholesky_solve(l, b):
     """Solve A X = B given the lower Cholesky factor L of A. Wraps ``CholeskySolve``."""
-    fac = _square(l)
+    fac = _square(l, "l")
     vector = np.ndim(b) == 1
-    rhs = _fortran(b)
+    rhs = _fortran(b, "b")
+    _rows("b", rhs, fac.shape[0], "the order of l")
     _check("CholeskySolve", _fn("CholeskySolve")(0, _ptr(fac), _desc(fac), _ptr(rhs), _desc(rhs)))
     return rhs[:, 0] if vector else rhs
 
@@ -89,7 +114,8 @@ def solve_triangular_system(a, b, upper=False, transpose=False):
     """
     tri = _square(a)
     vector = np.ndim(b) == 1
-    rhs = _fortran(b)
+    rhs = _fortran(b, "b")
+    _rows("b", rhs, tri.shape[0], "the order of a")
     _check("SolveTriangularSystem", _fn("SolveTriangularSystem")(
         _ptr(tri), _desc(tri), 1 if upper else 0, 1 if transpose else 0, _ptr(rhs), _desc(rhs)))
     return rhs[:, 0] if vector else rhs
@@ -118,7 +144,8 @@ def qrp(a, jpvt=None):
     """
     arr = _fortran(a)
     n = arr.shape[1]
-    piv = np.zeros(n, dtype=np.int32) if jpvt is None else np.array(jpvt, dtype=np.int32).ravel()
+    piv = (np.zeros(n, dtype=np.int32) if jpvt is None
+           else np.array(int32_array(jpvt, "jpvt"), dtype=np.int32).ravel())
     if len(piv) != n:
         raise ValueError("jpvt needs one entry per column")
     tau = np.zeros(min(arr.shape))
@@ -126,20 +153,33 @@ def qrp(a, jpvt=None):
     return arr, tau, piv
 
 
+def _tall(arr):
+    if arr.shape[0] < arr.shape[1]:
+        raise ValueError(f"qr is {arr.shape[0]} x {arr.shape[1]}: the reflectors need "
+                         f"at least as many rows as columns")
+
+
 def qr_q(qr, tau):
-    """The thin Q (m x n, m >= n) from the compact output of qr(). Wraps ``QR_Q``."""
-    arr = _fortran(qr)
+    """The thin Q (m x n, m >= n) from the compact output of qr(). Wraps ``QR_Q``.
+
+    tau must have min(m, n) = n entries, as qr() returns it."""
+    arr = _fortran(qr, "qr")
     t = np.array(tau, dtype=np.float64).ravel()
+    _tall(arr)
+    _tau(t, arr)
     _check("QR_Q", _fn("QR_Q")(_ptr(arr), _desc(arr), _ptr(t)))
     return arr
 
 
 def qr_qy(qr, tau, c, transpose=False):
     """Q C, or Q^T C with transpose=True, from the compact output of qr(). Wraps ``QR_Qy``."""
-    arr = _fortran(qr)
+    arr = _fortran(qr, "qr")
     t = np.array(tau, dtype=np.float64).ravel()
+    _tall(arr)
+    _tau(t, arr)
     vector = np.ndim(c) == 1
-    cc = _fortran(c)
+    cc = _fortran(c, "c")
+    _rows("c", cc, arr.shape[0], "the rows of qr")
     _check("QR_Qy", _fn("QR_Qy")(_ptr(arr), _desc(arr), 1 if transpose else 0, _ptr(t),
                                  _ptr(cc), _desc(cc)))
     return cc[:, 0] if vector else cc
@@ -153,9 +193,8 @@ def ls(a, b):
     arr = _fortran(a)
     m, n = arr.shape
     vector = np.ndim(b) == 1
-    rhs_in = _fortran(b)
-    if rhs_in.shape[0] != m:
-        raise ValueError("b must have as many rows as a")
+    rhs_in = _fortran(b, "b")
+    _rows("b", rhs_in, m, "the rows of a")
     rhs = np.zeros((max(m, n), rhs_in.shape[1]), order="F")
     rhs[:m] = rhs_in
     _check("LS", _fn("LS")(_ptr(arr), _desc(arr), _ptr(rhs), _desc(rhs)))
@@ -196,7 +235,7 @@ def ols(a, y, tol=1e-7):
 
 def xb(x, beta, y):
     """Residual sum of squares sum_i (y_i - (X beta)_i)^2. Wraps ``Xb``."""
-    arr = _fortran(x)
+    arr = _fortran(x, "x")
     bv = np.array(beta, dtype=np.float64).ravel()
     yv = np.array(y, dtype=np.float64).ravel()
     if len(bv) != arr.shape[1] or len(yv) != arr.shape[0]:

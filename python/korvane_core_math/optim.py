@@ -19,6 +19,7 @@ from collections import namedtuple
 import numpy as np
 
 from . import _native
+from ._checks import int32
 
 OTHER, EVALUATE, NEW_X, CONVERGED, ABNORMAL, ERROR = 0, 1, 2, 3, 4, 5
 CODE_NAMES = {OTHER: "other", EVALUATE: "evaluate", NEW_X: "new iterate",
@@ -57,10 +58,11 @@ class LBFGSB:
                     break
         if n is None:
             raise ValueError("give n or bounds of length n")
-        self.n = int(n)
+        self.n = int32(n, "n")
+        m = int32(m, "m")
         self.lower, self.upper, self.nbd = bound_types(lower, upper, self.n)
         start = _native.export("LBFGSBStart")
-        self._handle = start(self.n, int(m), self.lower.ctypes.data_as(_native.pd),
+        self._handle = start(self.n, m, self.lower.ctypes.data_as(_native.pd),
                              self.upper.ctypes.data_as(_native.pd),
                              self.nbd.ctypes.data_as(_native.pi), float(factr), float(pgtol))
         self.x = np.zeros(self.n)

@@ -13,6 +13,7 @@ counts variates. A nonzero Vector Statistics status raises RandomStreamError.
 import numpy as np
 
 from . import _native
+from ._checks import INT32_MAX, int32
 from .errors import RandomStreamError
 
 
@@ -41,28 +42,31 @@ class RandomStream:
 
     def normal(self, n, mean=0.0, sigma=1.0):
         """n normal variates (inverse-CDF method). Wraps ``GenerateRandomNormal``."""
-        r = np.empty(int(n))
+        n = int32(n, "n")
+        r = np.empty(n)
         _check("GenerateRandomNormal", _fn("GenerateRandomNormal")(
-            self._live(), r.ctypes.data_as(_native.pd), int(n), float(mean), float(sigma)))
+            self._live(), r.ctypes.data_as(_native.pd), n, float(mean), float(sigma)))
         return r
 
     def uniform(self, n, a=0.0, b=1.0):
         """n doubles in [a, b). Wraps ``GenerateRandomUniform``."""
-        r = np.empty(int(n))
+        n = int32(n, "n")
+        r = np.empty(n)
         _check("GenerateRandomUniform", _fn("GenerateRandomUniform")(
-            self._live(), r.ctypes.data_as(_native.pd), int(n), float(a), float(b)))
+            self._live(), r.ctypes.data_as(_native.pd), n, float(a), float(b)))
         return r
 
     def integers(self, n, a, b):
         """n integers with a <= x < b. Wraps ``RandomUniformInteger``."""
-        r = np.empty(int(n), dtype=np.int32)
+        n, a, b = int32(n, "n"), int32(a, "a"), int32(b, "b")
+        r = np.empty(n, dtype=np.int32)
         _check("RandomUniformInteger", _fn("RandomUniformInteger")(
-            self._live(), r.ctypes.data_as(_native.pi), int(n), int(a), int(b)))
+            self._live(), r.ctypes.data_as(_native.pi), n, a, b))
         return r
 
     def skip_ahead(self, nskip):
         """Advance the stream by nskip variates. Wraps ``SkipAheadStream``."""
-        _check("SkipAheadStream", _fn("SkipAheadStream")(self._live(), int(nskip)))
+        _check("SkipAheadStream", _fn("SkipAheadStream")(self._live(), int32(nskip, "nskip")))
 
     def close(self):
         """Delete the stream (``DeleteRandomStream``); later use raises ValueError."""
@@ -90,8 +94,9 @@ def random_normal_variable(n, mean=0.0, sigma=1.0, seed=0):
     The export ignores every status: invalid arguments leave the output as
     numpy allocated it (this wrapper fills it with NaN first).
     """
-    r = np.full(max(int(n), 0), np.nan)
-    _fn("RandomNormalVariable")(r.ctypes.data_as(_native.pd), int(n), float(mean), float(sigma),
+    n = int32(n, "n")
+    r = np.full(max(n, 0), np.nan)
+    _fn("RandomNormalVariable")(r.ctypes.data_as(_native.pd), n, float(mean), float(sigma),
                                 int(seed) & 0xFFFFFFFF)
     return r
 
@@ -99,9 +104,15 @@ def random_normal_variable(n, mean=0.0, sigma=1.0, seed=0):
 def random_normal_variables(n, count, mean=0.0, sigma=1.0, seed=0):
     """count blocks of n normal variates drawn consecutively from one fresh stream.
 
-    Returns an array of shape (count, n). Wraps ``RandomNormalVariables``.
+    Returns an array of shape (count, n). The export finds each block's start
+    as the 32-bit product of its index and n, so n * count must fit 32 bits
+    too. Wraps ``RandomNormalVariables``.
     """
-    r = np.full((max(int(count), 0), max(int(n), 0)), np.nan)
-    _fn("RandomNormalVariables")(r.ctypes.data_as(_native.pd), int(n), int(count), float(mean),
+    n, count = int32(n, "n"), int32(count, "count")
+    if n > 0 and count > 0 and n * count > INT32_MAX:
+        raise OverflowError(f"n * count = {n * count} does not fit the library's 32-bit "
+                            f"block offsets (at most {INT32_MAX} variates)")
+    r = np.full((max(count, 0), max(n, 0)), np.nan)
+    _fn("RandomNormalVariables")(r.ctypes.data_as(_native.pd), n, count, float(mean),
                                  float(sigma), int(seed) & 0xFFFFFFFF)
     return r

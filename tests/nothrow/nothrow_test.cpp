@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -87,6 +88,102 @@ TEST(NoThrowLayer, VoidExportsAndOutputPointers)
     EXPECT_NEAR(root, 0.4, 1e-14);
     EXPECT_EQ(value, root);
     EXPECT_EQ(complement, 1 - root);
+}
+
+// The array loops: element i of each array argument at i * stride, every
+// element the export's own value, and what each element left counted.
+struct LoopRow {
+    const char* what;
+    std::function<int64_t(KcmArrayStatus*, double*)> call;
+    std::vector<double> expected;  // bit for bit; NaN matches NaN
+    int64_t edom, erange, thrown, first_thrown;
+    const char* type;  // the first exception's type
+};
+
+TEST(NoThrowLayer, ArrayLoopsEvaluateEveryElement)
+{
+    const double nan = std::nan("");
+    static const double x3[] = {1, 0, 3};
+    static const double zero_one_two[] = {0, 1, 2};
+    static const double sd3[] = {1, -1, 0};
+    static const double one = 1, zero = 0;
+    static const double p4[] = {0.9, 0.5, 0.1, 0};
+    static const int32_t xs[] = {0, 1, 2};
+    static const int32_t n = 4, m = 3, N = 10;
+    static const double odds = 2, accuracy = 1e-10;
+    static const double lambda[3] = {0.7071067811865476, 0.7071067811865476, 0.7071067811865476};
+    static const double q3[] = {1, 3, 5}, df = 20, bad_df = -1;
+    const LoopRow rows[] = {
+        {"GammaLn(1, 0, 3): the pole in the middle throws, its neighbours are computed",
+         [](KcmArrayStatus* s, double* out) { return kcmnv_GammaLn(s, 3, out, x3, 1); },
+         {0.0, nan, GammaLn(3)}, 0, 0, 1, 1, "std::domain_error"},
+        {"NormalPDF: x strided, sd per element; two failed checks counted",
+         [](KcmArrayStatus* s, double* out) {
+             return kcmnv_NormalPDF(s, 3, out, zero_one_two, 1, &zero, 0, sd3, 1);
+         },
+         {NormalPDF(0, 0, 1), nan, nan}, 2, 0, 0, -1, ""},
+        {"NormalICDF, p read backwards (stride -1): ERANGE with the infinite quantile",
+         [](KcmArrayStatus* s, double* out) {
+             return kcmnv_NormalICDF(s, 4, out, p4 + 3, -1, &zero, 0, &one, 0, 0);
+         },
+         {-INFINITY, NormalICDF(0.1, 0, 1, 0), NormalICDF(0.5, 0, 1, 0), NormalICDF(0.9, 0, 1, 0)}, 0, 1, 0, -1, ""},
+        {"LogXplus1 every other element (stride 2): both throw, the first is kept",
+         [](KcmArrayStatus* s, double* out) {
+             static const double v[] = {-1.5, 7, -1};
+             return kcmnv_LogXplus1(s, 2, out, v, 2);
+         },
+         {nan, nan}, 0, 0, 2, 0, "std::domain_error"},
+        {"FNCHypergeometricCDF over integer x, the rest repeated",
+         [](KcmArrayStatus* s, double* out) {
+             return kcmnv_FNCHypergeometricCDF(s, 3, out, xs, 1, &n, 0, &m, 0, &N, 0, &odds, 0, 0,
+                                               &accuracy, 0);
+         },
+         {FNCHypergeometricCDF(0, 4, 3, 10, 2, 0, 1e-10), FNCHypergeometricCDF(1, 4, 3, 10, 2, 0, 1e-10),
+          FNCHypergeometricCDF(2, 4, 3, 10, 2, 0, 1e-10)},
+         0, 0, 0, -1, ""},
+        {"MCaCDF with the lambdas fixed for the call",
+         [](KcmArrayStatus* s, double* out) {
+             return kcmnv_MCaCDF(s, 3, out, q3, 1, 3, &df, 0, lambda, 0);
+         },
+         {MCaCDF(1, 3, 20, lambda, 0), MCaCDF(3, 3, 20, lambda, 0), MCaCDF(5, 3, 20, lambda, 0)},
+         0, 0, 0, -1, ""},
+        {"MCaCDF with df = -1: every element throws",
+         [](KcmArrayStatus* s, double* out) {
+             return kcmnv_MCaCDF(s, 2, out, q3, 1, 3, &bad_df, 0, lambda, 1);
+         },
+         {nan, nan}, 0, 0, 2, 0, "std::domain_error"},
+        {"no elements",
+         [](KcmArrayStatus* s, double* out) { return kcmnv_Erf(s, 0, out, x3, 1); },
+         {}, 0, 0, 0, -1, ""},
+    };
+    for (const LoopRow& row : rows) {
+        SCOPED_TRACE(row.what);
+        KcmArrayStatus status;
+        std::memset(&status, 0x5a, sizeof status);
+        std::vector<double> out(row.expected.size() + 1, 12345.0);
+        errno = 77;
+        EXPECT_EQ(row.call(&status, out.data()), row.thrown);
+        EXPECT_EQ(errno, 77) << "the caller's errno is restored";
+        EXPECT_EQ(status.edom, row.edom);
+        EXPECT_EQ(status.erange, row.erange);
+        EXPECT_EQ(status.thrown, row.thrown);
+        EXPECT_EQ(status.first_thrown, row.first_thrown);
+        EXPECT_STREQ(status.type, row.type);
+        for (std::size_t i = 0; i < row.expected.size(); ++i) {
+            if (std::isnan(row.expected[i])) EXPECT_TRUE(std::isnan(out[i])) << i << ": " << out[i];
+            else EXPECT_EQ(out[i], row.expected[i]) << i;
+        }
+        EXPECT_EQ(out.back(), 12345.0) << "nothing written past the last element";
+    }
+}
+
+TEST(NoThrowLayer, ArrayLoopRefusesANegativeCount)
+{
+    KcmArrayStatus status;
+    double out = 12345;
+    EXPECT_EQ(kcmnv_Erf(&status, -1, &out, &out, 0), -1);
+    EXPECT_EQ(out, 12345);
+    EXPECT_EQ(status.thrown, 0);
 }
 
 }  // namespace

@@ -430,6 +430,22 @@ def multcomp_figure():
             print(f"| {k} | {q} | {a:.9f} | {b:.9f} | {a - b:.3g} | {rs} |")
             steps.append(abs(a - b))
     print(f"largest step {max(steps):.3g}")
+    if rlib is not None:
+        print("R ptukey at df minus at df = inf, at the known-variance 0.95 point:")
+        for k in (3, 20):
+            q = kcm.mca_icdf(0.05, k, 1000.0, upper=True) * sqrt2
+            print(f"  k = {k}: " + ", ".join(
+                f"df {d:g}: {rlib.ptukey(q, 1, k, d, 1, 0) - rlib.ptukey(q, 1, k, math.inf, 1, 0):.2g}"
+                for d in (1000.0, 2000.0, 10000.0)))
+    print("Upper 5 % critical values at df = 999.999 and 1000:")
+    for name, call, k in (("MCaICDF", kcm.mca_icdf, 3), ("MCaICDF", kcm.mca_icdf, 20),
+                          ("MCcICDF", kcm.mcc_icdf, 5), ("MCbICDF", kcm.mcb_icdf, 5),
+                          ("MCaICDF", kcm.mca_icdf, 2)):
+        a, b = call(0.05, k, 999.999, upper=True), call(0.05, k, 1000.0, upper=True)
+        print(f"  {name} k = {k}: {a:.6f} -> {b:.6f} ({100 * (b - a) / a:+.2f} %)")
+    for df in (1000.0, 10000.0):
+        q = kcm.mca_icdf(0.95, 2, df)
+        print(f"  k = 2, df = {df:g}: MCaCDF(MCaICDF(0.95)) - 0.95 = {kcm.mca_cdf(q, 2, df) - 0.95:.2g}")
 
     print("\nMCaICDF against the root of its own CDF found by bisection (k > 2, df 10, 120, 1000):")
     search_worst.sort(reverse=True)

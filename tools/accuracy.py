@@ -45,14 +45,19 @@ def ulps(got, want):
     return abs(got - want) / math.ulp(want if want != 0 else sys.float_info.min)
 
 
-def measure(path):
+def evaluate(path):
+    """Yield (export, arguments, library value, expected value) for each row of
+    a table that has `function` and `expected` columns; None if it has not."""
     lines = [l for l in path.read_text().splitlines() if l and not l.startswith("#")]
     rows = list(csv.DictReader(lines))
     if not rows or "function" not in rows[0] or "expected" not in rows[0]:
         return None
     cols = list(rows[0].keys())
     arg_cols = cols[cols.index("function") + 1:cols.index("expected")]
-    worst = {}
+    return _evaluate_rows(rows, arg_cols)
+
+
+def _evaluate_rows(rows, arg_cols):
     for row in rows:
         name = row["function"]
         fn = _native.exports.get(name)
@@ -68,14 +73,21 @@ def measure(path):
                 v = float(row["upper"]) if t is _native.c_ubyte and "upper" in row else next(values)
                 args.append(int(v) if t in (_native.c_ubyte, _native.c_int32) else v)
             status = _native.CallStatus()
-            sig = "d_" + "".join({_native.c_double: "d", _native.c_ubyte: "b",
-                                  _native.c_int32: "i"}[t] for t in _native.PROTOTYPES[name][1])
-            got = _native.trampolines[sig](_native.address(name), status, *args)
+            got = _native.call(name, status, *args)
             if status.thrown:
                 continue
         except (KeyError, ValueError, TypeError, StopIteration):
             continue
-        e = ulps(got, float(row["expected"]))
+        yield name, args, got, float(row["expected"])
+
+
+def measure(path):
+    rows = evaluate(path)
+    if rows is None:
+        return None
+    worst = {}
+    for name, _, got, want in rows:
+        e = ulps(got, want)
         n, w, k, wk = worst.get(name, (0, 0.0, 0, 0.0))
         far = e > FAR_ULPS
         worst[name] = (n + 1, max(w, e), k + far, wk if far else max(wk, e))

@@ -67,3 +67,18 @@ def strided(view):
             return view, step // view.itemsize
     copy = np.ascontiguousarray(view)
     return copy, 1
+
+
+def flag(value, name):
+    """``value`` as a tail flag (0 or 1): True/False, a numpy bool or the ints 0 and 1.
+
+    TypeError for anything else that is not an integer (a string such as
+    'no', a float, None), ValueError for another integer; both name ``name``.
+    """
+    if isinstance(value, (bool, np.bool_)):
+        return 1 if value else 0
+    if isinstance(value, (int, np.integer)):
+        if value in (0, 1):
+            return int(value)
+        raise ValueError(f"{name} must be True or False (or 0 / 1), got {value!r}")
+    raise TypeError(f"{name} must be a bool (True or False), got {type(value).__name__} {value!r}")

@@ -111,6 +111,8 @@ _GENERATED = _load_exports()
 # Every export: name -> (result type, argument types), from the export table.
 PROTOTYPES = {name: (_CTYPES[result], [_CTYPES[k] for k in kinds])
               for name, (result, kinds, _errors, _family) in _GENERATED.PROTOTYPES.items()}
+# How each export reports failures (the ERRORS column: "errno", "throws", ...).
+ERROR_KINDS = {name: errors for name, (_r, _k, errors, _f) in _GENERATED.PROTOTYPES.items()}
 # The exports with an array loop: name -> for each argument, whether the loop
 # takes it as a strided array (else as one value for every element).
 ARRAY_ARGUMENTS = dict(getattr(_GENERATED, "ARRAY_ARGUMENTS", {}))

@@ -17,7 +17,8 @@ import inspect
 import numpy as np
 
 from . import _native
-from ._checks import int32, int32_array, strided
+from ._checks import flag, int32, int32_array, strided
+from ._doc import numpydoc
 from .errors import classify, raise_thrown, report_counts, report_errno
 
 # Argument kinds: 'd' double, 'i' 32-bit integer (both broadcast),
@@ -45,16 +46,29 @@ def nan_guard(name):
     return Guard(name, np.isnan, f"{name} is NaN", 0.5)
 
 
-def make(pyname, export, params, doc, guard=None):
+def guard_report(guard):
+    """The Warns entry of a guarded argument."""
+    return ("DomainWarning", f"{guard.reason}: NaN is returned there and the export is not "
+                             f"called (DomainError under ``errstate(domain='raise')``).")
+
+
+def make(pyname, export, params, doc, guard=None, order=None, example=None, returns=None,
+         notes=None):
     """Build ``pyname(...)`` wrapping ``export``.
 
-    params: (name, kind, default) in the export's argument order.
+    params: (name, kind, default[, domain]) in the wrapper's argument order;
+    order: the indices of params in the export's argument order when the two
+    differ. doc: the one-line summary; with example (arguments as written,
+    value), returns and notes it makes the numpydoc docstring (_doc.numpydoc).
     """
-    names = [p[0] for p in params]
-    kinds = [p[1] for p in params]
     sig = inspect.Signature([
-        inspect.Parameter(n, inspect.Parameter.POSITIONAL_OR_KEYWORD, default=dflt)
-        for n, _, dflt in params])
+        inspect.Parameter(p[0], inspect.Parameter.POSITIONAL_OR_KEYWORD, default=p[2])
+        for p in params])
+    order = tuple(range(len(params))) if order is None else tuple(order)
+    if sorted(order) != list(range(len(params))):
+        raise AssertionError(f"{pyname}: order is not a permutation of the parameters")
+    names = [params[i][0] for i in order]
+    kinds = [params[i][1] for i in order]
     broadcast = [i for i, k in enumerate(kinds) if k in "di"]
     looped = _native.ARRAY_ARGUMENTS.get(export)
     if looped is not None and tuple(k in "di" for k in kinds) != tuple(looped):
@@ -67,7 +81,7 @@ def make(pyname, export, params, doc, guard=None):
             if k == "d":
                 out.append(float(v))
             elif k == "b":
-                out.append(1 if v else 0)
+                out.append(flag(v, n))
             else:
                 out.append(int32(v, n))
         return out
@@ -105,7 +119,7 @@ def make(pyname, export, params, doc, guard=None):
                 keep.append(view)
                 args.append((view.ctypes.data, stride))
             elif k == "b":
-                args.append(1 if v else 0)
+                args.append(flag(v, n))
             else:
                 args.append(int32(v, n))
         status = _native.call_array(export, out.size, out, args)
@@ -118,7 +132,8 @@ def make(pyname, export, params, doc, guard=None):
     def wrapper(*args, **kwargs):
         bound = sig.bind(*args, **kwargs)
         bound.apply_defaults()
-        values = list(bound.arguments.values())
+        given = list(bound.arguments.values())
+        values = [given[i] for i in order]
         for i, (k, v) in enumerate(zip(kinds, values)):
             if k in "bs" and np.ndim(v) != 0:
                 raise TypeError(f"{names[i]} must be a scalar")
@@ -128,7 +143,8 @@ def make(pyname, export, params, doc, guard=None):
 
     wrapper.__name__ = wrapper.__qualname__ = pyname
     wrapper.__signature__ = sig
-    wrapper.__doc__ = f"{doc}\n\nWraps the export ``{export}``."
+    wrapper.__doc__ = numpydoc(pyname, doc, params, export, returns=returns, example=example,
+                               extra_errors=[guard_report(guard)] if guard else (), notes=notes)
     wrapper.export = export
     return wrapper
 

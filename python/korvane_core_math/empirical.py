@@ -2,8 +2,9 @@
 import numpy as np
 
 from . import _native
-from ._checks import int32, int32_array
-from ._scalar import D, R, S, make, nan_guard
+from ._checks import flag, int32, int32_array
+from ._doc import numpydoc
+from ._scalar import B, D, R, S, make, nan_guard
 
 _k_cdf = make("kolmogorov_cdf", "KolmogorovCDF", [("x", D, R), ("n", D, R), ("upper", S, 0)], "")
 # The export returns a number for a NaN p: refused here. (A p outside [0, 1]
@@ -13,23 +14,26 @@ _k_icdf = make("kolmogorov_icdf", "KolmogorovICDF", [("p", D, R), ("n", D, R), (
 
 
 def kolmogorov_cdf(x, n, upper=False):
-    """Two-sided one-sample Kolmogorov-Smirnov statistic D_n for a sample of size n.
-
-    P(D_n <= x), or P(D_n >= x) with upper=True (accurate for small p-values).
-    n is truncated to an integer. Wraps the export ``KolmogorovCDF``.
-    """
-    return _k_cdf(x, n, 1 if upper else 0)
+    return _k_cdf(x, n, flag(upper, "upper"))
 
 
 def kolmogorov_icdf(p, n, upper=False):
-    """The x with P(D_n <= x) = p, or P(D_n >= x) = p with upper=True.
+    return _k_icdf(p, n, flag(upper, "upper"))
 
-    A NaN p gives NaN with a domain report. Raises EvaluationError when no
-    root can be bracketed (p outside what the tail reaches, p outside
-    [0, 1]; for an array: NaN there and one warning). Wraps the export
-    ``KolmogorovICDF``.
-    """
-    return _k_icdf(p, n, 1 if upper else 0)
+
+_N = ("n", D, R, ">= 1 (truncated to an integer)", "Sample size.")
+kolmogorov_cdf.__doc__ = numpydoc(
+    "kolmogorov_cdf", "Distribution function of the two-sided one-sample Kolmogorov-Smirnov "
+    "statistic D_n, in either tail.", [("x", D, R, "[0, 1]"), _N, ("upper", B, False)],
+    "KolmogorovCDF", returns="P(D_n <= x), or P(D_n >= x) with upper=True (accurate for "
+    "small p-values).", example=("0.2, 30, upper=True", "0.15796916101546743"))
+kolmogorov_icdf.__doc__ = numpydoc(
+    "kolmogorov_icdf", "Quantile of the two-sided one-sample Kolmogorov-Smirnov statistic D_n.",
+    [("p", D, R), _N, ("upper", B, False)], "KolmogorovICDF",
+    returns="The x with P(D_n <= x) = p, or P(D_n >= x) = p with upper=True.",
+    example=("0.05, 30, upper=True", "0.24170347059707498"),
+    extra_errors=[("DomainWarning", "A NaN p gives NaN there (DomainError under "
+                   "``errstate(domain='raise')``).")])
 
 
 kolmogorov_cdf.export = "KolmogorovCDF"
@@ -37,14 +41,6 @@ kolmogorov_icdf.export = "KolmogorovICDF"
 
 
 def sort_double_array(values):
-    """Return a copy of ``values`` rearranged by the export ``SortDoubleArray``.
-
-    The library's order moves NaNs towards the end but is deliberately not a
-    total order: two numbers in descending order compare as equal, so the
-    result is in general NOT ascending (for 2 to 8 numbers without NaN it is
-    the input rotated left by one place). Use numpy.sort for sorting; this
-    wrapper exists to reproduce the host's behaviour.
-    """
     int32(np.size(values), "the length of values")
     a = np.array(values, dtype=np.float64, order="C", copy=True).ravel()
     fn = _native.export("SortDoubleArray")
@@ -56,12 +52,6 @@ sort_double_array.export = "SortDoubleArray"
 
 
 def extract_sorted(counts, values):
-    """Expand distinct values with multiplicities: returns (out, counts_after).
-
-    values[i] is repeated counts[i] times when counts[i] > 0, in order; the
-    consumed counts become 0 and non-positive counts are left as they are.
-    Values are copied bit for bit. Wraps the export ``ExtractSorted``.
-    """
     c = np.array(int32_array(counts, "counts"), dtype=np.int32, copy=True).ravel()
     v = np.array(values, dtype=np.float64, copy=True).ravel()
     if len(c) != len(v):
@@ -75,3 +65,25 @@ def extract_sorted(counts, values):
 
 
 extract_sorted.export = "ExtractSorted"
+
+_NO_REPORT = [("OverflowError", "A length that does not fit the export's 32-bit integer.")]
+sort_double_array.__doc__ = numpydoc(
+    "sort_double_array", "A copy of values rearranged by the library's deliberately partial "
+    "order.", [("values", "array_like of float", R, "any length up to 2**31 - 1",
+                "The numbers; not modified.")],
+    "SortDoubleArray", returns=("out : ndarray of float", "The rearranged copy."),
+    extra_errors=_NO_REPORT, example=("[3.0, 2.0, 1.0]", "array([2., 1., 3.])"),
+    notes="The order moves NaNs towards the end but is not a total order: two numbers in "
+          "descending order compare as equal, so the result is in general NOT ascending (for 2 "
+          "to 8 numbers without NaN it is the input rotated left by one place). Use numpy.sort "
+          "for sorting; this wrapper reproduces the library's behaviour.")
+extract_sorted.__doc__ = numpydoc(
+    "extract_sorted", "Expand distinct values with their multiplicities.",
+    [("counts", "array_like of int", R, "32-bit integers", "Multiplicity of each value."),
+     ("values", "array_like of float", R, "as long as counts", "The distinct values.")],
+    "ExtractSorted", returns=("out, counts_after : ndarray", "values[i] repeated counts[i] "
+                              "times where counts[i] > 0, in order (copied bit for bit), and the "
+                              "counts with the consumed ones set to 0."),
+    extra_errors=_NO_REPORT + [("ValueError", "counts and values of different lengths, or a "
+                                              "count that is not a whole number.")],
+    example=("[2, 0, 1], [1.5, 2.5, 3.5]", "(array([1.5, 1.5, 3.5]), array([0, 0, 0], dtype=int32))"))

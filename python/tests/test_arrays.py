@@ -23,8 +23,8 @@ LAM3 = [0.7, 0.6, 0.65]
 # bit for bit what the scalar call gives for that element.
 SAMPLES = [
     ("erf", kcm.erf, dict(x=X)),
-    ("normal_cdf upper", kcm.normal_cdf, dict(x=X, mean=0.5, sd=[[1.0], [2.0]], upper=True)),
-    ("normal_icdf", kcm.normal_icdf, dict(p=P, mean=1.0, sd=3.0)),
+    ("normal_cdf upper", kcm.normal_cdf, dict(x=X, loc=0.5, scale=[[1.0], [2.0]], upper=True)),
+    ("normal_icdf", kcm.normal_icdf, dict(p=P, loc=1.0, scale=3.0)),
     ("gamma_ln", kcm.gamma_ln, dict(x=POS)),
     ("gamma_regularized_c", kcm.gamma_regularized_c, dict(a=POS[:, None], x=POS)),
     ("inverse_gamma_regularized", kcm.inverse_gamma_regularized, dict(a=POS, p=0.3)),
@@ -40,14 +40,14 @@ SAMPLES = [
     ("binomial_cdf", kcm.binomial_cdf, dict(k=np.arange(0, 21, 4.0), n=20, prob=0.3)),
     ("binomial_icdf round down", kcm.binomial_icdf, dict(p=P, n=50, prob=0.4, round_up=False)),
     ("poisson_icdf upper", kcm.poisson_icdf, dict(p=P, mean=3.5, upper=True)),
-    ("hypergeometric_cdf", kcm.hypergeometric_cdf, dict(x=[0.0, 1.0, 2.0, 3.0], r=5, n=4, N=20)),
+    ("hypergeometric_cdf", kcm.hypergeometric_cdf, dict(k=[0.0, 1.0, 2.0, 3.0], M=20, n=5, N=4)),
     ("fnc_hypergeometric_cdf", kcm.fnc_hypergeometric_cdf,
      dict(x=np.arange(5), n=4, m=[[3], [6]], N=10, odds=2.5)),
     ("fnc_hypergeometric_icdf", kcm.fnc_hypergeometric_icdf, dict(p=P, n=4, m=3, N=10, odds=0.5)),
     ("kolmogorov_cdf upper", kcm.kolmogorov_cdf, dict(x=[0.05, 0.2, 0.4], n=[[10], [200]], upper=True)),
     ("kolmogorov_icdf", kcm.kolmogorov_icdf, dict(p=[0.1, 0.5, 0.95], n=25)),
-    ("mca_cdf", kcm.mca_cdf, dict(x=[1.0, 3.5], k=3, df=20.0, lambdas=LAM3)),
-    ("mcc_icdf upper", kcm.mcc_icdf, dict(x=[0.05, 0.3], k=3, df=[[15.0], [40.0]], upper=True)),
+    ("mca_cdf", kcm.mca_cdf, dict(q=[1.0, 3.5], k=3, df=20.0, lambdas=LAM3)),
+    ("mcc_icdf upper", kcm.mcc_icdf, dict(p=[0.05, 0.3], k=3, df=[[15.0], [40.0]], upper=True)),
 ]
 
 
@@ -112,7 +112,7 @@ FAILURES = [
      kcm.OverflowError_, [1]),
     ("invalid prob: domain_error", lambda: kcm.binomial_cdf(3.0, 10.0, [0.5, 1.5]), "domain",
      kcm.DomainError, [1]),
-    ("errno EDOM", lambda: kcm.normal_pdf([0.0, 1.0], sd=[-1.0, 1.0]), "domain",
+    ("errno EDOM", lambda: kcm.normal_pdf([0.0, 1.0], scale=[-1.0, 1.0]), "domain",
      kcm.DomainError, [0]),
     ("errno ERANGE", lambda: kcm.normal_icdf([0.5, 0.0]), "range", kcm.OverflowError_, [1]),
     ("df < 0 in a multiple comparison", lambda: kcm.mca_cdf([2.0, 3.0], 3, [10.0, -1.0]),

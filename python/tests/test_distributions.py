@@ -138,24 +138,24 @@ class TestPoisson:
 @needs("HypergeometricPDF", "HypergeometricCDF", "HypergeometricICDF")
 class TestHypergeometric:
     def test_values(self):
-        # x defectives in a sample of n = 12 from N = 50 items, r = 15 defective.
+        # SciPy's order (k, M, n, N): M = 50 items, n = 15 marked, N = 12 drawn.
         dist = stats.hypergeom(50, 15, 12)
         x = np.arange(0, 13)
-        assert_allclose(kcm.hypergeometric_pdf(x, 15, 12, 50), dist.pmf(x), rtol=1e-11,
+        assert_allclose(kcm.hypergeometric_pdf(x, 50, 15, 12), dist.pmf(x), rtol=1e-11,
                         atol=1e-300)
-        assert_allclose(kcm.hypergeometric_cdf(x, 15, 12, 50), dist.cdf(x), rtol=1e-11)
-        assert_allclose(kcm.hypergeometric_cdf(x[:8], 15, 12, 50, upper=True), dist.sf(x[:8]),
+        assert_allclose(kcm.hypergeometric_cdf(x, 50, 15, 12), dist.cdf(x), rtol=1e-11)
+        assert_allclose(kcm.hypergeometric_cdf(x[:8], 50, 15, 12, upper=True), dist.sf(x[:8]),
                         rtol=1e-10)
         p = np.array([0.05, 0.3, 0.5, 0.9])
-        assert_array_equal(kcm.hypergeometric_icdf(p, 15, 12, 50), dist.ppf(p))
+        assert_array_equal(kcm.hypergeometric_icdf(p, 50, 15, 12), dist.ppf(p))
 
     def test_errors(self):
         with pytest.raises(kcm.DomainError):
-            kcm.hypergeometric_pdf(1, 60, 12, 50)
+            kcm.hypergeometric_pdf(1, 50, 60, 12)
         with pytest.raises(kcm.RoundingError):
-            kcm.hypergeometric_pdf(np.inf, 15, 12, 50)
+            kcm.hypergeometric_pdf(np.inf, 50, 15, 12)
         with pytest.raises(kcm.KcmError):
-            kcm.hypergeometric_pdf(2.5, 15, 12, 50)
+            kcm.hypergeometric_pdf(2.5, 50, 15, 12)
 
 
 @needs("FNCHypergeometricCDF", "FNCHypergeometricICDF", "FNCHypergeometricMoments")

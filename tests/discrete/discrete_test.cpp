@@ -306,7 +306,7 @@ TEST(DiscreteIdentities, PoissonQuantileBelowTheMassAtZeroIsZero)
 // Each row: a call, the exception type it must raise and its exact message.
 // Every one leaves errno alone.
 
-enum class Raises { kDomain, kRounding, kOverflow };
+enum class Raises { kDomain, kRounding, kOverflow, kEvaluation };
 
 struct ThrowRow {
     const char* call;
@@ -341,6 +341,12 @@ TEST(DiscreteContract, BinomialTrialsBeyond1e12AreAFailedEvaluation)
     EXPECT_THROW(BinomialCDF(5e299, 1e300, 0.5, 0), boost::math::evaluation_error);
     EXPECT_THROW(BinomialICDF(0.5, 1e300, 0.5, 1, 1), boost::math::evaluation_error);
     EXPECT_THROW(BinomialPS(0.05, 5e15, 1e16, 0), boost::math::evaluation_error);
+    // The end of each bound is decided without an evaluation, whatever n is;
+    // the other end is evaluated like any k between.
+    EXPECT_EQ(BinomialPS(0.05, 0, 1e13, 0), 0.0);
+    EXPECT_EQ(BinomialPS(0.05, 1e13, 1e13, 1), 1.0);
+    EXPECT_THROW(BinomialPS(0.05, 1e13, 1e13, 0), boost::math::evaluation_error);
+    EXPECT_THROW(BinomialPS(0.05, 0, 1e13, 1), boost::math::evaluation_error);
     EXPECT_NEAR(BinomialCDF(5e11, 1e12, 0.5, 0), 0.5, 1e-6);
     // Boost's own checks come first.
     EXPECT_THROW(BinomialCDF(-1, 1e300, 0.5, 0), std::domain_error);
@@ -400,6 +406,29 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
         {{"BinomialPS(0.05, 11, 10, 1)", [] { return BinomialPS(0.05, 11, 10, 1); }, Raises::kDomain, ""},
          bin + "find_upper_bound_on_p: Number of Successes argument is 11, but must be <= Number of "
                "Trials !"},
+        // Trials beyond 1e12 are refused only after every one of Boost's checks.
+        {{"BinomialPS(0.05, 3, inf, 0)", [] { return BinomialPS(0.05, 3, kInf, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Trials argument is inf" + trials_tail},
+        {{"BinomialPS(0.05, 3, inf, 1)", [] { return BinomialPS(0.05, 3, kInf, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Trials argument is inf" + trials_tail},
+        {{"BinomialPS(0.05, -1, 1e13, 0)", [] { return BinomialPS(0.05, -1, 1e13, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Successes argument is -1" + trials_tail},
+        {{"BinomialPS(0.05, 2e13, 1e13, 1)", [] { return BinomialPS(0.05, 2e13, 1e13, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Successes argument is 20000000000000, but must be <= "
+               "Number of Trials !"},
+        {{"BinomialCDF(-1, 1e13, 0.5, 0)", [] { return BinomialCDF(-1, 1e13, 0.5, 0); }, Raises::kDomain, ""},
+         "Error in function boost::math::cdf(binomial_distribution<double> const&, double): Number of "
+         "Successes argument is -1" + trials_tail},
+        {{"BinomialCDF(2e13, 1e13, 0.5, 1)", [] { return BinomialCDF(2e13, 1e13, 0.5, 1); }, Raises::kDomain, ""},
+         "Error in function boost::math::cdf(binomial_distribution<double> const&, double): Number of "
+         "Successes argument is 20000000000000, but must be <= Number of Trials !"},
+        {{"BinomialICDF(1.5, 1e13, 0.5, 0, 0)", [] { return BinomialICDF(1.5, 1e13, 0.5, 0, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(binomial_distribution<double> const&, double): " +
+             probability + "1.5" + fraction_tail},
+        {{"BinomialPS(0.05, 5, 1e13, 0)", [] { return BinomialPS(0.05, 5, 1e13, 0); }, Raises::kEvaluation, ""},
+         "Error in function boost::math::binomial_distribution<double>::find_bound_on_p: Number of trials "
+         "10000000000000 is beyond the range the incomplete beta function is evaluated in."},
         // Poisson: the mean before anything else.
         {{"PoissonPDF(1, 0)", [] { return PoissonPDF(1, 0); }, Raises::kDomain, ""},
          poisson + "0, but must be > 0 !"},
@@ -471,6 +500,9 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
             ADD_FAILURE() << "no exception";
         } catch (const boost::math::rounding_error& e) {
             EXPECT_EQ(row.type, Raises::kRounding);
+            EXPECT_EQ(e.what(), message);
+        } catch (const boost::math::evaluation_error& e) {
+            EXPECT_EQ(row.type, Raises::kEvaluation);
             EXPECT_EQ(e.what(), message);
         } catch (const std::domain_error& e) {
             EXPECT_EQ(row.type, Raises::kDomain);

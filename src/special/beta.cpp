@@ -47,11 +47,15 @@ double require_x_in_domain(double x, const char* function)
 }
 
 // Finite shapes beyond what the incomplete beta function is evaluated for
-// raise boost::math::evaluation_error; an infinite shape (no value: a domain
-// error) and a negative other shape are left to the checks that follow.
-void require_evaluable_shapes(double a, double b, const char* function)
+// raise boost::math::evaluation_error, once the arguments have passed Boost's
+// own checks (x in [0, 1], then a >= 0, then b >= 0): an x outside [0, 1] and
+// a negative other shape are reported as such whatever the shapes, and an
+// infinite shape (no value: a domain error) and a zero other shape (a limit
+// Boost decides) are left to Boost.
+void require_evaluable_shapes(double a, double b, double x, const char* function)
 {
-    if (beta_shape_too_large(a, b) && a > 0 && b > 0 && std::isfinite(a) && std::isfinite(b))
+    if (beta_shape_too_large(a, b) && x >= 0 && x <= 1 && a > 0 && b > 0 && std::isfinite(a) &&
+        std::isfinite(b))
         boost::math::policies::raise_evaluation_error<double>(
             function, "Shape argument %1% is beyond the range the incomplete beta function is evaluated in.",
             std::max(a, b), pol::Throwing());
@@ -90,7 +94,7 @@ extern "C" double BetaRegularized(double a, double b, double x)
 {
     const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetaName);
-    require_evaluable_shapes(a, b, kIbetaName);
+    require_evaluable_shapes(a, b, x, kIbetaName);
     return checked_throwing(boost::math::ibeta(a, b, x, pol::Throwing()), kIbetaName, a, b, x);
 }
 
@@ -98,7 +102,7 @@ extern "C" double BetaRegularizedC(double a, double b, double x)
 {
     const ErrnoKept errno_kept;
     require_x_in_domain(x, kIbetacName);
-    require_evaluable_shapes(a, b, kIbetacName);
+    require_evaluable_shapes(a, b, x, kIbetacName);
     return checked_throwing(boost::math::ibetac(a, b, x, pol::Throwing()), kIbetacName, a, b, x);
 }
 

@@ -491,6 +491,44 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
           Raises::kDomain, ""},
          "Error in function quantile(const complemented2_type<hypergeometric_distribution<double>, "
          "double>&): " + probability + "-0.5" + fraction_tail},
+        // An urn of 2^31 items or more is refused only after every check of
+        // x or p, each reported as in a smaller urn (the support's lower end
+        // formed in 64 bits: 2 - 3e9 is not a positive int here).
+        {{"HypergeometricPDF(NaN, 1, 1, 2^31)", [] { return HypergeometricPDF(kNaN, 1, 1, 2147483648.0); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::trunc<double>(double): Value nan" + not_integer},
+        {{"HypergeometricCDF(3e9, 1, 1, 2^31, 0)", [] { return HypergeometricCDF(3e9, 1, 1, 2147483648.0, 0); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::itrunc<double>(double): Value 3000000000" + not_integer},
+        {{"HypergeometricPDF(2.5, 1, 1, 2^31)", [] { return HypergeometricPDF(2.5, 1, 1, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_pdf + "an integer but got 2.5"},
+        {{"HypergeometricCDF(-1, 1, 1, 3e9, 1)", [] { return HypergeometricCDF(-1, 1, 1, 3e9, 1); },
+          Raises::kDomain, ""},
+         hyper_cdf + "an integer but got -1"},
+        {{"HypergeometricPDF(2, 1, 1, 2^31)", [] { return HypergeometricPDF(2, 1, 1, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_pdf + "less than both n and r but got 2"},
+        {{"HypergeometricCDF(5, 2e9, 2e9, 3e9, 0)", [] { return HypergeometricCDF(5, 2e9, 2e9, 3e9, 0); },
+          Raises::kDomain, ""},
+         hyper_cdf + "> 0 and > m + r - N but got 5"},
+        {{"HypergeometricCDF(0, 1, 1, 3e9, 1)", [] { return HypergeometricCDF(0, 1, 1, 3e9, 1); },
+          Raises::kDomain, ""},
+         hyper_ctor + "N out of range: must be <= 2147483647 but got 3000000000"},
+        {{"HypergeometricICDF(1.5, 1, 1, 2^31, 0)", [] { return HypergeometricICDF(1.5, 1, 1, 2147483648.0, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(const hypergeometric_distribution<double>&, "
+         "double): " + probability + "1.5" + fraction_tail},
+        {{"HypergeometricICDF(NaN, 0, 1, 2^31, 1)", [] { return HypergeometricICDF(kNaN, 0, 1, 2147483648.0, 1); },
+          Raises::kDomain, ""},
+         "Error in function quantile(const complemented2_type<hypergeometric_distribution<double>, "
+         "double>&): " + probability + "nan" + fraction_tail},
+        {{"HypergeometricICDF(0.5, 0, 1, 2^31, 1)", [] { return HypergeometricICDF(0.5, 0, 1, 2147483648.0, 1); },
+          Raises::kDomain, ""},
+         hyper_ctor + "N out of range: must be <= 2147483647 but got 2147483648"},
+        {{"HypergeometricPDF(NaN, 5, 3e9, 2^31)", [] { return HypergeometricPDF(kNaN, 5, 3e9, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_ctor + "n out of range: must be <= N but got 3000000000"},
     };
     for (const auto& [row, message] : rows) {
         SCOPED_TRACE(row.call);

@@ -17,6 +17,7 @@
 
 #include "interface/checks.hpp"
 #include "korvane/core_math.h"
+#include "special/incomplete_beta.hpp"
 
 namespace {
 
@@ -32,10 +33,7 @@ using boost::math::binomial_distribution;
 // invalid argument is reported as such whatever the number of trials.
 void require_evaluable_trials(double n, const char* function)
 {
-    if (n > kLargestBetaShape)
-        boost::math::policies::raise_evaluation_error<double>(
-            function, "Number of trials %1% is beyond the range the incomplete beta function is evaluated in.",
-            n, pol::Throwing());
+    require_within_beta_range(n, "Number of trials", function);
 }
 
 template <class Policy>

@@ -43,10 +43,12 @@ using namespace kcm;
 
 // ln(k!) is tabulated for k below this; above it Stirling's series is used.
 constexpr int32_t kLnFactorialTableSize = 1024;
-// ln(sqrt(2 pi)) and the first two Stirling coefficients 1/12 and 1/360.
+// ln(sqrt(2 pi)) with these digits, one ulp below the nearest double (Boost's
+// log_root_two_pi): the series is evaluated with it as it is. The first two
+// Stirling coefficients, 1/12 and 1/360.
 constexpr double kLnSqrtTwoPi = 0.9189385332046727;
-constexpr double kStirling1 = 0.08333333333333333;
-constexpr double kStirling2 = 0.002777777777777778;
+constexpr double kStirling1 = 1.0 / 12;
+constexpr double kStirling2 = 1.0 / 360;
 // Below this support size the distribution function tabulates the whole
 // support rather than a multiple of the standard deviation.
 constexpr int32_t kFullTableLength = 200;

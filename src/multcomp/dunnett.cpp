@@ -22,9 +22,6 @@
 namespace kcm::multcomp {
 namespace {
 
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
-
 class DunnettDistribution : public MC {
 public:
     DunnettDistribution(int32_t K, double Df, const double* Lambda) : MC(K, Df, Lambda) {}
@@ -40,7 +37,7 @@ double DunnettDistribution::ConditionalCDF(double q, double s)
     for (int i = 0; i < kRuleSize; ++i) {
         double product = 1;
         for (int32_t j = 0; j < K - 1; ++j) {
-            const double z = kSqrt2 * Lambda[j] * kHermiteNode[i];
+            const double z = root_two * Lambda[j] * kHermiteNode[i];
             const double c = Scale[j];
             // Phi(c (d + z)) - Phi(-c (d - z)), formed from the two upper
             // tails in the order of the studentized range.
@@ -49,7 +46,7 @@ double DunnettDistribution::ConditionalCDF(double q, double s)
         }
         sum += kHermiteWeight[i] * product;
     }
-    return sum / std::sqrt(kPi);
+    return sum / std::sqrt(pi);
 }
 
 std::pair<double, double> DunnettDistribution::QuantileBracket(double alpha)

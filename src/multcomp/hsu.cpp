@@ -19,9 +19,6 @@
 namespace kcm::multcomp {
 namespace {
 
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
-
 class HsuDistribution : public MC {
 public:
     HsuDistribution(int32_t K, double Df, const double* Lambda) : MC(K, Df, Lambda) {}
@@ -37,10 +34,10 @@ double HsuDistribution::ConditionalCDF(double q, double s)
     for (int i = 0; i < kRuleSize; ++i) {
         double product = 1;
         for (int32_t j = 0; j < K - 1; ++j)
-            product *= normal_upper_by_subtraction(-Scale[j] * (kSqrt2 * Lambda[j] * kHermiteNode[i] + d));
+            product *= normal_upper_by_subtraction(-Scale[j] * (root_two * Lambda[j] * kHermiteNode[i] + d));
         sum += kHermiteWeight[i] * product;
     }
-    return sum / std::sqrt(kPi);
+    return sum / std::sqrt(pi);
 }
 
 std::pair<double, double> HsuDistribution::QuantileBracket(double alpha)

@@ -20,9 +20,14 @@
 #include <cstdint>
 #include <utility>
 
+#include <boost/math/constants/constants.hpp>
+
 #include "multcomp/quadrature.hpp"
 
 namespace kcm::multcomp {
+
+using boost::math::double_constants::pi;
+using boost::math::double_constants::root_two;
 
 // Deliberately no virtual destructor: each object is created and destroyed on
 // an export's stack as the exact class that made it.

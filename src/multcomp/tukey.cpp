@@ -22,9 +22,6 @@
 namespace kcm::multcomp {
 namespace {
 
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
-
 class TukeyDistribution : public MC {
 public:
     TukeyDistribution(int32_t K, double Df, const double* Lambda) : MC(K, Df, Lambda) {}
@@ -55,7 +52,7 @@ const TukeyDistribution::Nodes& TukeyDistribution::nodes()
     // K = 0 leaves Scale empty; c is then formed here as Scale[0] would be.
     nodes_.c = K > 0 ? Scale[0] : 1 / std::sqrt(1 - lambda * lambda);
     for (int i = 0; i < kRuleSize; ++i) {
-        nodes_.z[i] = kSqrt2 * lambda * kHermiteNode[i];
+        nodes_.z[i] = root_two * lambda * kHermiteNode[i];
         nodes_.first[i] = normal_upper_by_subtraction(-nodes_.c * nodes_.z[i]);
     }
     nodes_ready_ = true;
@@ -76,7 +73,7 @@ double TukeyDistribution::ConditionalCDF(double q, double s)
                                            : std::pow(D, static_cast<double>(K - 1));
         sum += kHermiteWeight[i] * P;
     }
-    return K * sum / std::sqrt(kPi);
+    return K * sum / std::sqrt(pi);
 }
 
 std::pair<double, double> TukeyDistribution::QuantileBracket(double alpha)

@@ -32,9 +32,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -69,16 +69,6 @@ constexpr double kMomentsAccuracy = 1e-8;
 constexpr double kMomentsCutoff = 1e-9;
 // "No x evaluated yet" for the incremental log-factorial update.
 constexpr int32_t kNoLastX = -99;
-
-// Truncation toward zero to int. A value without an int truncation (NaN, or
-// beyond the int range) becomes INT_MIN, x86-64's "integer indefinite", so
-// the comparisons that follow reject it instead of meeting undefined
-// behaviour.
-int32_t truncate_to_int(double v)
-{
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return std::numeric_limits<int32_t>::min();
-    return static_cast<int32_t>(v);
-}
 
 // ln(k!). The table is built once, by whichever thread comes first; a
 // function-local static is initialised exactly once, so concurrent first
@@ -182,7 +172,7 @@ double FncProbability(FncUrn& u, int32_t x)
         // The normalising sum, once per urn: from the mean outward, each way
         // until a term (relative to the one at the mean) is negligible.
         const double threshold = u.accuracy * kSumCutoff;
-        const int32_t x1 = std::max(truncate_to_int(FncMean(u)), u.xmin);
+        const int32_t x1 = std::max(truncate_to_int32(FncMean(u)), u.xmin);
         u.scale = 0;
         u.scale = FncLogProbability(u, x1);
         double sum = 1;
@@ -250,7 +240,7 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
             var = std::max(double(N) * r1 * r2 / (((double(N) - m) * r1 + m * r2) * (N - 1.0)), 0.0);
         int32_t i = 0;
         while (i < int32_t(kTailProbability.size()) && !(u.accuracy >= kTailProbability[i])) ++i;
-        const int32_t wanted = truncate_to_int((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
+        const int32_t wanted = truncate_to_int32((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
         return std::min(wanted, support);
     }
 
@@ -259,7 +249,7 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
     // far up as the upper tail allows.
     // trunc(mode) lies in the support; the clamp only keeps a NaN mode (from
     // a NaN odds ratio) from indexing outside the table.
-    const int32_t x1 = std::clamp(truncate_to_int(mode), xmin, xmax);
+    const int32_t x1 = std::clamp(truncate_to_int32(mode), xmin, xmax);
     const int32_t half = max_length / 2;
     int32_t i1 = x1 - xmin;
     if (i1 > half) i1 = xmax - x1 > half ? half : std::max(x1 - xmax - 1 + max_length, 0);
@@ -319,7 +309,7 @@ int32_t table_length(FncUrn& u, double cutoff)
     if (u.empty) return 0;
     const double wanted = FncMakeTable(u, nullptr, 0, nullptr, nullptr, cutoff);
     if (std::isnan(wanted)) return 0;
-    return std::max(truncate_to_int(wanted), 1);
+    return std::max(truncate_to_int32(wanted), 1);
 }
 
 }  // namespace
@@ -335,7 +325,7 @@ extern "C" double FNCHypergeometricCDF(int32_t x, int32_t n, int32_t m, int32_t 
     int32_t xfirst = 0, xlast = -1;
     const double sum = FncMakeTable(u, table, length, &xfirst, &xlast, cutoff);
 
-    const int32_t xm = truncate_to_int(FncMean(u) + 0.5);
+    const int32_t xm = truncate_to_int32(FncMean(u) + 0.5);
     if (xm < xfirst || xm > xlast) return quiet_nan();
     // Each tail accumulated from its own end, so a small tail probability is
     // summed from small terms and not formed as a difference.
@@ -385,7 +375,7 @@ extern "C" void FNCHypergeometricMoments(int32_t n, int32_t m, int32_t N, double
                                          double* mean, double* variance)
 {
     FncUrn u(n, m, N, odds, kMomentsAccuracy);
-    const int32_t xm = truncate_to_int(FncMean(u));
+    const int32_t xm = truncate_to_int32(FncMean(u));
     // Sums of p, (x - xm) p and (x - xm)^2 p about the approximate mean, so the
     // second moment does not cancel. The square is a 32-bit product, wrapped
     // as the hardware multiply wraps.

@@ -15,13 +15,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include <boost/math/distributions/detail/common_error_handling.hpp>
 #include <boost/math/distributions/hypergeometric.hpp>
 #include <boost/math/special_functions/trunc.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -31,12 +31,6 @@ using Hypergeometric = boost::math::hypergeometric_distribution<double, pol::Thr
 using HypergeometricRoundUp =
     boost::math::hypergeometric_distribution<double, pol::ThrowingRoundUp>;
 
-// The 64-bit range of the truncation, [-2^63, 2^63).
-constexpr double kInt64Low = -9223372036854775808.0;
-constexpr double kInt64High = 9223372036854775808.0;
-// x86-64's "integer indefinite": what the hardware conversion yields for NaN
-// and for values outside the 64-bit range.
-constexpr int64_t kInt64Indefinite = std::numeric_limits<int64_t>::min();
 // The variate's truncation must fit an int of either sign.
 constexpr double kVariateLimit = 2147483647.0;
 // Boost forms the support's lower end as (int)(n + r) - (int)N: an urn of 2^31
@@ -55,12 +49,8 @@ constexpr const char* kQuantileName =
 constexpr const char* kComplementQuantileName =
     "quantile(const complemented2_type<hypergeometric_distribution<%1%>, %1%>&)";
 
-uint32_t to_count(double v)
-{
-    const int64_t t = (v >= kInt64Low && v < kInt64High) ? static_cast<int64_t>(v)
-                                                          : kInt64Indefinite;
-    return static_cast<uint32_t>(t);  // the low 32 bits
-}
+// The low 32 bits of the host's 64-bit truncation.
+uint32_t to_count(double v) { return static_cast<uint32_t>(truncate_to_int64(v)); }
 
 // The support's lower end, max(0, n + r - N), formed in 64 bits.
 template <class Distribution>
@@ -97,7 +87,7 @@ template <class Distribution>
 void refuse_large_urn(const Distribution& dist, double x, const char* function)
 {
     if (dist.total() <= kLargestUrn) return;
-    const auto u = static_cast<unsigned>(static_cast<int>(x));
+    const auto u = static_cast<unsigned>(truncate_to_int32(x));
     if (u != x)
         boost::math::policies::raise_domain_error<double>(
             function, "Random variable out of range: must be an integer but got %1%", x, pol::Throwing());

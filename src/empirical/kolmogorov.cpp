@@ -25,10 +25,8 @@
 //     D_n for n <= 10", Ann. Inst. Stat. Math. 34, 1982.
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -36,6 +34,7 @@
 #include <boost/math/tools/toms748_solve.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "interface/policies.hpp"
 #include "korvane/core_math.h"
 
@@ -178,15 +177,6 @@ constexpr double kLogFactorial[kLogFactorialTableMax + 1] = {
 };
 
 // ---- Helpers --------------------------------------------------------------------
-
-// The sample size arrives as a double and is truncated toward zero. NaN and
-// values outside the range of int become INT_MIN, as the x86-64 conversion
-// (cvttsd2si) gives them, instead of undefined behaviour.
-int truncate_sample_size(double n)
-{
-    if (n > -2147483649.0 && n < 2147483648.0) return static_cast<int>(n);
-    return INT_MIN;
-}
 
 // ln(n!): the table, or Stirling's series with y = n + 1. The digits of the
 // series constants are used exactly as written.
@@ -589,7 +579,7 @@ struct KolmogorovQuantileFunctor {
 
     double operator()(double x) const
     {
-        const int m = truncate_sample_size(n);
+        const int m = truncate_to_int32(n);
         return upper ? p - KsComplement(m, x) : KsCdf(m, x) - p;
     }
 };
@@ -600,7 +590,7 @@ struct KolmogorovQuantileFunctor {
 extern "C" double KolmogorovCDF(double x, double n, int32_t upper)
 {
     if (x < 0) return upper != 0 ? 1.0 : 0.0;  // a NaN x goes on to the methods
-    const int m = truncate_sample_size(n);
+    const int m = truncate_to_int32(n);
     // Terms of the sums underflow harmlessly; the C library's ERANGE for them
     // is not the caller's business.
     const ErrnoKept errno_kept;

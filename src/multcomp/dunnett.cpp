@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
@@ -66,15 +65,10 @@ using kcm::multcomp::DunnettDistribution;
 
 extern "C" double MCcCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    DunnettDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<DunnettDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCcICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    DunnettDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<DunnettDistribution>(p, k, df, lambda, upper);
 }

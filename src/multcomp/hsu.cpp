@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
@@ -57,15 +56,10 @@ using kcm::multcomp::HsuDistribution;
 
 extern "C" double MCbCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    HsuDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<HsuDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCbICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    HsuDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<HsuDistribution>(p, k, df, lambda, upper);
 }

@@ -15,7 +15,6 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
@@ -93,16 +92,10 @@ using kcm::multcomp::TukeyDistribution;
 
 extern "C" double MCaCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    TukeyDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF: a small
-    // upper tail keeps only absolute precision.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<TukeyDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCaICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    TukeyDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<TukeyDistribution>(p, k, df, lambda, upper);
 }

@@ -47,8 +47,9 @@ double incomplete_gamma(double a, double x, bool regularized, bool upper, const 
 {
     // A NaN comes back as NaN with errno untouched. Boost 1.74 would send a NaN
     // shape with x = 0 into an integer truncation that raises a rounding error,
-    // even under the errno policy.
-    if (std::isnan(a) || std::isnan(x)) return quiet_nan();
+    // even under the errno policy. Boost's own checks come first: a <= 0, then
+    // x < 0, beside a NaN are reported as such.
+    if ((std::isnan(a) || std::isnan(x)) && !(a <= 0) && !(x < 0)) return quiet_nan();
     if (regularized)
         return upper ? boost::math::gamma_q(a, x, pol) : boost::math::gamma_p(a, x, pol);
     return upper ? boost::math::tgamma(a, x, pol) : boost::math::tgamma_lower(a, x, pol);

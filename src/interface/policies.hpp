@@ -10,6 +10,11 @@
 #pragma once
 
 #include <boost/math/policies/policy.hpp>
+#include <boost/version.hpp>
+
+// The workarounds of docs/boost-workarounds.md were checked against this
+// Boost and no other (the build requires it too; see CMakeLists.txt).
+static_assert(BOOST_VERSION == 107400, "Korvane.Core.Math is checked against Boost 1.74.0");
 
 namespace kcm::pol {
 

@@ -176,6 +176,15 @@ KCM_API double MCcICDF(double p, int32_t k, double df, const double* lambda,
                        unsigned char upper);  /* none+throws+alloc */
 
 /* ---- Stepwise L-BFGS-B minimiser ---- */
+/* The codes LBFGSBStep returns; the return type stays int32_t. */
+typedef enum LbfgsbStepCode {
+    KCM_LBFGSB_OTHER = 0,
+    KCM_LBFGSB_EVALUATE = 1,
+    KCM_LBFGSB_NEW_ITERATE = 2,
+    KCM_LBFGSB_CONVERGED = 3,
+    KCM_LBFGSB_ABNORMAL = 4,
+    KCM_LBFGSB_ERROR = 5
+} LbfgsbStepCode;
 KCM_API LbfgsbState* LBFGSBStart(int32_t n, int32_t m, const double* l, const double* u,
                                  const int32_t* nbd, double factr, double pgtol);  /* none */
 /* Returns 1 evaluate f and g, 2 new iterate, 3 converged, 4 abnormal, 5 error, 0 other. */

@@ -7,9 +7,10 @@
 
 #include <boost/math/special_functions/beta.hpp>
 
-#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
+#include "interface/evaluation.hpp"
 #include "korvane/core_math.h"
+#include "special/incomplete_beta.hpp"
 
 namespace {
 
@@ -40,12 +41,7 @@ extern "C" double BetaCDF(double x, double a, double b, unsigned char upper)
     const bool up = is_upper_tail(upper);
     if (x == 0) return up ? 1.0 : 0.0;
     if (x == 1) return up ? 0.0 : 1.0;
-    if (beta_shape_too_large(a, b)) return domain_nan();
-    const double r = evaluate([&] {
-        return up ? boost::math::ibetac(a, b, x, pol::Errno())
-                  : boost::math::ibeta(a, b, x, pol::Errno());
-    }, a, b, x);
-    return guard_overflow(r);
+    return guard_overflow(ibeta_errno(a, b, x, up));
 }
 
 extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
@@ -55,11 +51,7 @@ extern "C" double BetaICDF(double p, double a, double b, unsigned char upper)
     // The ends of the support: 0 for the lower tail's p = 0 (the upper's p = 1),
     // 1 for the other two.
     if (p == 0 || p == 1) return (p == 1) != up ? 1.0 : 0.0;
-    if (beta_shape_too_large(a, b)) return domain_nan();
-    if (!up) {
-        // ibeta_inv pairs p with its complement 1 - p.
-        return guard_overflow(
-            evaluate([&] { return boost::math::ibeta_inv(a, b, p, pol::Errno()); }, a, b, p));
-    }
-    return evaluate([&] { return boost::math::ibetac_inv(a, b, p, pol::Errno()); }, a, b, p);
+    // ibeta_inv pairs p with its complement 1 - p.
+    if (!up) return guard_overflow(ibeta_inv_errno(a, b, p, false, nullptr));
+    return ibeta_inv_errno(a, b, p, true, nullptr);
 }

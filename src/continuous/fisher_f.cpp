@@ -9,9 +9,10 @@
 
 #include <boost/math/special_functions/beta.hpp>
 
-#include "interface/evaluation.hpp"
 #include "interface/checks.hpp"
+#include "interface/evaluation.hpp"
 #include "korvane/core_math.h"
+#include "special/incomplete_beta.hpp"
 
 namespace {
 
@@ -75,17 +76,10 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
     const double v = df1 * x;
     const double s = v + df2;
     const bool up = is_upper_tail(upper);
-    if (beta_shape_too_large(df1 / 2, df2 / 2)) return domain_nan();
-    const double r = evaluate([&] {
-        if (v > df2) {
-            // F is large: the tail of the beta variable df2/s near 0.
-            return up ? boost::math::ibeta(df2 / 2, df1 / 2, df2 / s, pol::Errno())
-                      : boost::math::ibetac(df2 / 2, df1 / 2, df2 / s, pol::Errno());
-        }
-        return up ? boost::math::ibetac(df1 / 2, df2 / 2, v / s, pol::Errno())
-                  : boost::math::ibeta(df1 / 2, df2 / 2, v / s, pol::Errno());
-    }, x, df1, df2);
-    return guard_overflow(r);
+    // F is large: the tail of the beta variable df2/s near 0, the lower tail
+    // as its complement.
+    if (v > df2) return guard_overflow(ibeta_errno(df2 / 2, df1 / 2, df2 / s, !up));
+    return guard_overflow(ibeta_errno(df1 / 2, df2 / 2, v / s, up));
 }
 
 // The quantile is x df2 / (y df1) with x the incomplete-beta root and y = 1 - x
@@ -95,19 +89,16 @@ extern "C" double FisherFCDF(double x, double df1, double df2, unsigned char upp
 extern "C" double FisherFICDF(double p, double df1, double df2, unsigned char upper)
 {
     const bool ok = check_df(df1) & check_df(df2);
-    // A NaN p would reach a rounding error inside the inverse; it is refused.
-    if (!ok || std::isnan(p)) return domain_nan();
+    if (!ok) return domain_nan();
     const double a = df1 / 2, b = df2 / 2;
-    if (beta_shape_too_large(a, b)) return domain_nan();
     double x, y = quiet_nan();
     if (!is_upper_tail(upper)) {
-        if (a <= 0 || b <= 0 || p < 0 || p > 1) return domain_nan();
-        x = guard_overflow(
-            evaluate([&] { return boost::math::ibeta_inv(a, b, p, &y, pol::Errno()); }, p, df1, df2));
+        if (!check_lower_inverse_arguments(a, b, p)) return quiet_nan();
+        x = guard_overflow(ibeta_inv_errno(a, b, p, false, &y));
         y = guard_overflow(y);
     } else {
         // The inverse refuses a p outside [0, 1] itself (NaN, EDOM).
-        x = evaluate([&] { return boost::math::ibetac_inv(a, b, p, &y, pol::Errno()); }, p, df1, df2);
+        x = ibeta_inv_errno(a, b, p, true, &y);
     }
     return x * df2 / (y * df1);
 }

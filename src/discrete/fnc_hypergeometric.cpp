@@ -32,9 +32,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -43,10 +43,12 @@ using namespace kcm;
 
 // ln(k!) is tabulated for k below this; above it Stirling's series is used.
 constexpr int32_t kLnFactorialTableSize = 1024;
-// ln(sqrt(2 pi)) and the first two Stirling coefficients 1/12 and 1/360.
+// ln(sqrt(2 pi)) with these digits, one ulp below the nearest double (Boost's
+// log_root_two_pi): the series is evaluated with it as it is. The first two
+// Stirling coefficients, 1/12 and 1/360.
 constexpr double kLnSqrtTwoPi = 0.9189385332046727;
-constexpr double kStirling1 = 0.08333333333333333;
-constexpr double kStirling2 = 0.002777777777777778;
+constexpr double kStirling1 = 1.0 / 12;
+constexpr double kStirling2 = 1.0 / 360;
 // Below this support size the distribution function tabulates the whole
 // support rather than a multiple of the standard deviation.
 constexpr int32_t kFullTableLength = 200;
@@ -67,16 +69,6 @@ constexpr double kMomentsAccuracy = 1e-8;
 constexpr double kMomentsCutoff = 1e-9;
 // "No x evaluated yet" for the incremental log-factorial update.
 constexpr int32_t kNoLastX = -99;
-
-// Truncation toward zero to int. A value without an int truncation (NaN, or
-// beyond the int range) becomes INT_MIN, x86-64's "integer indefinite", so
-// the comparisons that follow reject it instead of meeting undefined
-// behaviour.
-int32_t truncate_to_int(double v)
-{
-    if (!(v > -2147483649.0 && v < 2147483648.0)) return std::numeric_limits<int32_t>::min();
-    return static_cast<int32_t>(v);
-}
 
 // ln(k!). The table is built once, by whichever thread comes first; a
 // function-local static is initialised exactly once, so concurrent first
@@ -180,7 +172,7 @@ double FncProbability(FncUrn& u, int32_t x)
         // The normalising sum, once per urn: from the mean outward, each way
         // until a term (relative to the one at the mean) is negligible.
         const double threshold = u.accuracy * kSumCutoff;
-        const int32_t x1 = std::max(truncate_to_int(FncMean(u)), u.xmin);
+        const int32_t x1 = std::max(truncate_to_int32(FncMean(u)), u.xmin);
         u.scale = 0;
         u.scale = FncLogProbability(u, x1);
         double sum = 1;
@@ -200,18 +192,55 @@ double FncProbability(FncUrn& u, int32_t x)
     return std::exp(FncLogProbability(u, x)) * u.reciprocal_sum;
 }
 
+// Whether the urn allows one value only: x = xmin = xmax, or x = 0 when the
+// marked items have weight zero and enough unmarked ones remain.
+bool FncSingleValue(const FncUrn& u)
+{
+    return u.xmin == u.xmax || (u.odds <= 0 && u.n <= u.N - u.m);
+}
+
+// The length of the table the two table-based exports allocate: the whole
+// support up to kFullTableLength counts, else (i + 6) approximate standard
+// deviations with i chosen by the accuracy, and at least one entry so that a
+// distribution narrower than one standard deviation's rounding still gets its
+// mode tabulated. 0 (no table) for an urn without a distribution: an empty
+// support, or w <= 0 with n > N - m.
+int32_t FncTableLength(const FncUrn& u)
+{
+    if (u.empty) return 0;
+    if (FncSingleValue(u)) return 1;
+    if (u.odds <= 0) return 0;
+    const int32_t n = u.n, m = u.m, N = u.N;
+    const int32_t support = u.xmax - u.xmin + 1;
+    if (support <= kFullTableLength) return support;
+    const double mu = FncMean(u);
+    const double r1 = (m - mu) * mu;
+    const double r2 = (double(N) - m - n + mu) * (n - mu);
+    double var = 0;
+    if (r1 > 0 && r2 > 0)
+        var = std::max(double(N) * r1 * r2 / (((double(N) - m) * r1 + m * r2) * (N - 1.0)), 0.0);
+    int32_t i = 0;
+    while (i < int32_t(kTailProbability.size()) && !(u.accuracy >= kTailProbability[i])) ++i;
+    const int32_t wanted = truncate_to_int32((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
+    return std::max(std::min(wanted, support), 1);
+}
+
 // Tabulates the unnormalised probabilities (the mode's entry is 1) outward
-// from the mode by the ratio recursion, cutting each tail after a term below
-// `cutoff`; entry i stands for x = xfirst + i. Returns the sum of the entries.
-// With max_length <= 0 nothing is tabulated and the length the table needs is
-// returned instead (xfirst, if given, is set to 1).
-double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirst,
+// from the mode by the ratio recursion, in the `length` entries that
+// FncTableLength asked for, cutting each tail after a term below `cutoff`;
+// entry i stands for x = *xfirst + i. Returns the sum of the entries.
+double FncMakeTable(const FncUrn& u, double* table, int32_t length, int32_t* xfirst,
                     int32_t* xlast, double cutoff)
 {
     const int32_t n = u.n, m = u.m, N = u.N, xmin = u.xmin, xmax = u.xmax;
     const double odds = u.odds;
-    const double L = double(n) + m - N;
+    if (FncSingleValue(u)) {
+        *xfirst = *xlast = xmin == xmax ? xmin : 0;
+        table[0] = 1;
+        return 1;
+    }
 
+    const double L = double(n) + m - N;
     double mode;
     if (odds == 1) {
         mode = (double(m) + 1) * (double(n) + 1) / (double(N) + 2);
@@ -222,47 +251,17 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
         mode = ((D > 0 ? std::sqrt(D) : 0.0) - B) / (2 * A);
     }
 
-    // A single possible value: x = xmin = xmax, or x = 0 when the marked items
-    // have weight zero and enough unmarked ones remain.
-    if (xmin == xmax || (odds <= 0 && n <= N - m)) {
-        const int32_t x = xmin == xmax ? xmin : 0;
-        if (max_length == 0) {
-            if (xfirst) *xfirst = 1;
-            return 1;
-        }
-        *xfirst = *xlast = x;
-        table[0] = 1;
-        return 1;
-    }
-    if (odds <= 0) return quiet_nan();
-
-    if (max_length <= 0) {
-        if (xfirst) *xfirst = 1;
-        const int32_t support = xmax - xmin + 1;
-        if (support <= kFullTableLength) return support;
-        const double mu = FncMean(u);
-        const double r1 = (m - mu) * mu;
-        const double r2 = (double(N) - m - n + mu) * (n - mu);
-        double var = 0;
-        if (r1 > 0 && r2 > 0)
-            var = std::max(double(N) * r1 * r2 / (((double(N) - m) * r1 + m * r2) * (N - 1.0)), 0.0);
-        int32_t i = 0;
-        while (i < int32_t(kTailProbability.size()) && !(u.accuracy >= kTailProbability[i])) ++i;
-        const int32_t wanted = truncate_to_int((i + kMinimumStandardDeviations) * std::sqrt(var) + 0.5);
-        return std::min(wanted, support);
-    }
-
     // Place the mode so that the room on each side is used: at its own offset
     // when the lower tail fits in half the table, else in the middle, or as
     // far up as the upper tail allows.
     // trunc(mode) lies in the support; the clamp only keeps a NaN mode (from
     // a NaN odds ratio) from indexing outside the table.
-    const int32_t x1 = std::clamp(truncate_to_int(mode), xmin, xmax);
-    const int32_t half = max_length / 2;
+    const int32_t x1 = std::clamp(truncate_to_int32(mode), xmin, xmax);
+    const int32_t half = length / 2;
     int32_t i1 = x1 - xmin;
-    if (i1 > half) i1 = xmax - x1 > half ? half : std::max(x1 - xmax - 1 + max_length, 0);
+    if (i1 > half) i1 = xmax - x1 > half ? half : std::max(x1 - xmax - 1 + length, 0);
     int32_t ilo = std::max(i1 - x1 + xmin, 0);
-    int32_t ihi = std::min(i1 - x1 + xmax, max_length - 1);
+    int32_t ihi = std::min(i1 - x1 + xmax, length - 1);
 
     table[i1] = 1;
     double sum = 1, f = 1;
@@ -298,7 +297,8 @@ double FncMakeTable(FncUrn& u, double* table, int32_t max_length, int32_t* xfirs
     return sum;
 }
 
-// Deliberately never freed (kept as designed); tools/sanitizers/lsan.supp suppresses this allocation.
+// Deliberate: the CDF's table is never freed and its allocation not checked
+// (tools/sanitizers/lsan.supp names this function).
 __attribute__((noinline)) double* AllocateRetainedFncCdfTable(int32_t length)
 {
     auto* table = static_cast<double*>(std::malloc(sizeof(double) * std::size_t(length)));
@@ -308,18 +308,6 @@ __attribute__((noinline)) double* AllocateRetainedFncCdfTable(int32_t length)
     return table;
 }
 
-// The table length the two table-based exports allocate: the length query,
-// and at least one entry so that a distribution narrower than one standard
-// deviation's rounding still gets its mode tabulated. An empty support, and
-// NaN (w <= 0 with n > N - m), become 0: no table.
-int32_t table_length(FncUrn& u, double cutoff)
-{
-    if (u.empty) return 0;
-    const double wanted = FncMakeTable(u, nullptr, 0, nullptr, nullptr, cutoff);
-    if (std::isnan(wanted)) return 0;
-    return std::max(truncate_to_int(wanted), 1);
-}
-
 }  // namespace
 
 extern "C" double FNCHypergeometricCDF(int32_t x, int32_t n, int32_t m, int32_t N, double odds,
@@ -327,13 +315,13 @@ extern "C" double FNCHypergeometricCDF(int32_t x, int32_t n, int32_t m, int32_t 
 {
     FncUrn u(n, m, N, odds, accuracy);
     const double cutoff = accuracy * kTableCutoff;
-    const int32_t length = table_length(u, cutoff);
+    const int32_t length = FncTableLength(u);
     if (length == 0) return quiet_nan();
     double* table = AllocateRetainedFncCdfTable(length);
     int32_t xfirst = 0, xlast = -1;
     const double sum = FncMakeTable(u, table, length, &xfirst, &xlast, cutoff);
 
-    const int32_t xm = truncate_to_int(FncMean(u) + 0.5);
+    const int32_t xm = truncate_to_int32(FncMean(u) + 0.5);
     if (xm < xfirst || xm > xlast) return quiet_nan();
     // Each tail accumulated from its own end, so a small tail probability is
     // summed from small terms and not formed as a difference.
@@ -354,7 +342,7 @@ extern "C" double FNCHypergeometricICDF(double p, int32_t n, int32_t m, int32_t 
 {
     FncUrn u(n, m, N, odds, accuracy);
     const double cutoff = accuracy * kTableCutoff;
-    const int32_t length = table_length(u, cutoff);
+    const int32_t length = FncTableLength(u);
     if (length == 0) return quiet_nan();
     double* table = static_cast<double*>(std::malloc(sizeof(double) * std::size_t(length)));
     int32_t xfirst = 0, xlast = -1;
@@ -383,7 +371,7 @@ extern "C" void FNCHypergeometricMoments(int32_t n, int32_t m, int32_t N, double
                                          double* mean, double* variance)
 {
     FncUrn u(n, m, N, odds, kMomentsAccuracy);
-    const int32_t xm = truncate_to_int(FncMean(u));
+    const int32_t xm = truncate_to_int32(FncMean(u));
     // Sums of p, (x - xm) p and (x - xm)^2 p about the approximate mean, so the
     // second moment does not cancel. The square is a 32-bit product, wrapped
     // as the hardware multiply wraps.

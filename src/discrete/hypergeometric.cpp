@@ -15,12 +15,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
+#include <boost/math/distributions/detail/common_error_handling.hpp>
 #include <boost/math/distributions/hypergeometric.hpp>
 #include <boost/math/special_functions/trunc.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "korvane/core_math.h"
 
 namespace {
@@ -30,12 +31,6 @@ using Hypergeometric = boost::math::hypergeometric_distribution<double, pol::Thr
 using HypergeometricRoundUp =
     boost::math::hypergeometric_distribution<double, pol::ThrowingRoundUp>;
 
-// The 64-bit range of the truncation, [-2^63, 2^63).
-constexpr double kInt64Low = -9223372036854775808.0;
-constexpr double kInt64High = 9223372036854775808.0;
-// x86-64's "integer indefinite": what the hardware conversion yields for NaN
-// and for values outside the 64-bit range.
-constexpr int64_t kInt64Indefinite = std::numeric_limits<int64_t>::min();
 // The variate's truncation must fit an int of either sign.
 constexpr double kVariateLimit = 2147483647.0;
 // Boost forms the support's lower end as (int)(n + r) - (int)N: an urn of 2^31
@@ -44,25 +39,24 @@ constexpr double kVariateLimit = 2147483647.0;
 constexpr uint32_t kLargestUrn = 2147483647;
 constexpr const char* kConstructorName =
     "boost::math::hypergeometric_distribution<%1%>::hypergeometric_distribution";
+constexpr const char* kPdfName =
+    "boost::math::pdf(const hypergeometric_distribution<%1%>&, const %1%&)";
+// Both tails of the distribution function report under this one name.
+constexpr const char* kCdfName =
+    "boost::math::cdf(const hypergeometric_distribution<%1%>&, const %1%&)";
+constexpr const char* kQuantileName =
+    "boost::math::quantile(const hypergeometric_distribution<%1%>&, %1%)";
+constexpr const char* kComplementQuantileName =
+    "quantile(const complemented2_type<hypergeometric_distribution<%1%>, %1%>&)";
 
-uint32_t to_count(double v)
-{
-    const int64_t t = (v >= kInt64Low && v < kInt64High) ? static_cast<int64_t>(v)
-                                                          : kInt64Indefinite;
-    return static_cast<uint32_t>(t);  // the low 32 bits
-}
+// The low 32 bits of the host's 64-bit truncation.
+uint32_t to_count(double v) { return static_cast<uint32_t>(truncate_to_int64(v)); }
 
-// The distribution after Boost's own checks (r <= N, then n <= N) and the
-// urn-size limit.
+// The support's lower end, max(0, n + r - N), formed in 64 bits.
 template <class Distribution>
-Distribution make_distribution(double r, double n, double N)
+int64_t lowest_count(const Distribution& dist)
 {
-    const Distribution dist(to_count(r), to_count(n), to_count(N));
-    if (dist.total() > kLargestUrn)
-        boost::math::policies::raise_domain_error<double>(
-            kConstructorName, "Parameter N out of range: must be <= 2147483647 but got %1%",
-            double(dist.total()), pol::Throwing());
-    return dist;
+    return std::max<int64_t>(int64_t(dist.sample_count()) + dist.defective() - dist.total(), 0);
 }
 
 // Raises the rounding errors of trunc (non-finite x) and itrunc (|trunc x|
@@ -75,21 +69,69 @@ void check_variate(double x)
                                                     0, pol::Throwing());
 }
 
+template <class Distribution>
+void raise_urn_too_large(const Distribution& dist)
+{
+    boost::math::policies::raise_domain_error<double>(
+        kConstructorName, "Parameter N out of range: must be <= 2147483647 but got %1%",
+        double(dist.total()), pol::Throwing());
+}
+
+// The urn limit of the density and the distribution function. It comes after
+// every check of x, so that a bad x is reported as such in any urn: after
+// check_variate, and after Boost's own checks, which are made here as Boost's
+// pdf and cdf make them (an integer as its unsigned int truncation compares,
+// then the support), except that the support's lower end is formed in 64 bits
+// where Boost's int arithmetic is wrong for such an urn.
+template <class Distribution>
+void refuse_large_urn(const Distribution& dist, double x, const char* function)
+{
+    if (dist.total() <= kLargestUrn) return;
+    const auto u = static_cast<unsigned>(truncate_to_int32(x));
+    if (u != x)
+        boost::math::policies::raise_domain_error<double>(
+            function, "Random variable out of range: must be an integer but got %1%", x, pol::Throwing());
+    if (u < lowest_count(dist))
+        boost::math::policies::raise_domain_error<double>(
+            function, "Random variable out of range: must be > 0 and > m + r - N but got %1%", double(u),
+            pol::Throwing());
+    if (u > std::min(dist.defective(), dist.sample_count()))
+        boost::math::policies::raise_domain_error<double>(
+            function, "Random variable out of range: must be less than both n and r but got %1%", double(u),
+            pol::Throwing());
+    raise_urn_too_large(dist);
+}
+
+// The urn limit of the quantile: after Boost's check of p, made here as
+// Boost's quantile makes it.
+template <class Distribution>
+void refuse_large_urn_quantile(const Distribution& dist, double p, const char* function)
+{
+    if (dist.total() <= kLargestUrn) return;
+    double ignored;
+    boost::math::detail::check_probability(function, p, &ignored, pol::Throwing());
+    raise_urn_too_large(dist);
+}
+
 }  // namespace
 
+// Each export builds the distribution first: its constructor checks r <= N,
+// then n <= N.
 extern "C" double HypergeometricPDF(double x, double r, double n, double N)
 {
     const ErrnoKept errno_kept;
-    const auto dist = make_distribution<Hypergeometric>(r, n, N);
+    const Hypergeometric dist(to_count(r), to_count(n), to_count(N));
     check_variate(x);
+    refuse_large_urn(dist, x, kPdfName);
     return pdf(dist, x);
 }
 
 extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsigned char upper)
 {
     const ErrnoKept errno_kept;
-    const auto dist = make_distribution<Hypergeometric>(r, n, N);
+    const Hypergeometric dist(to_count(r), to_count(n), to_count(N));
     check_variate(x);
+    refuse_large_urn(dist, x, kCdfName);
     return is_upper_tail(upper) ? cdf(complement(dist, x)) : cdf(dist, x);
 }
 
@@ -100,10 +142,11 @@ extern "C" double HypergeometricCDF(double x, double r, double n, double N, unsi
 extern "C" double HypergeometricICDF(double p, double r, double n, double N, unsigned char upper)
 {
     const ErrnoKept errno_kept;
-    const auto dist = make_distribution<HypergeometricRoundUp>(r, n, N);
+    const HypergeometricRoundUp dist(to_count(r), to_count(n), to_count(N));
+    refuse_large_urn_quantile(dist, p, is_upper_tail(upper) ? kComplementQuantileName : kQuantileName);
     // A support of one count is that count for every p; Boost would walk the
     // 32-bit range looking for it. An invalid p still goes to Boost's check.
-    const int64_t lowest = std::max<int64_t>(int64_t(dist.sample_count()) + dist.defective() - dist.total(), 0);
+    const int64_t lowest = lowest_count(dist);
     if (lowest == std::min(dist.defective(), dist.sample_count()) && p >= 0 && p <= 1) return double(lowest);
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);
 }

@@ -7,22 +7,17 @@
 // export (a binomial never gets there: trials beyond 1e12 are refused). Every
 // double of that size is a count already, so rounding is the identity there:
 // such a quantile is the continuous root, found with the
-// discrete_quantile<real> policy.
+// discrete_quantile<real> policy (pol::ThrowingUnrounded).
 #pragma once
 
 #include <cmath>
 
-#include <boost/math/policies/policy.hpp>
+#include "interface/policies.hpp"
 
 namespace kcm {
 
 // 2^53: from here on every double is an integer.
 constexpr double kExactIntegers = 9007199254740992.0;
-
-// The throwing policy with the discrete quantile left unrounded.
-using ThrowingUnrounded =
-    boost::math::policies::policy<boost::math::policies::discrete_quantile<
-        boost::math::policies::real>>;
 
 // The unrounded quantile of `dist` at p in the tail `upper` when it lies at or
 // beyond 2^53 (*q set, true), false when the rounding walk is safe.

@@ -27,7 +27,7 @@ double poisson_quantile(double p, double mean, unsigned char upper)
     const poisson_distribution<double, Policy> dist(mean);
     double q;
     if (mean > kLargeMean &&
-        quantile_beyond_exact_integers(poisson_distribution<double, ThrowingUnrounded>(mean), p,
+        quantile_beyond_exact_integers(poisson_distribution<double, pol::ThrowingUnrounded>(mean), p,
                                        is_upper_tail(upper), &q))
         return q;
     return is_upper_tail(upper) ? quantile(complement(dist, p)) : quantile(dist, p);

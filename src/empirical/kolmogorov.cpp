@@ -25,16 +25,16 @@
 //     D_n for n <= 10", Ann. Inst. Stat. Math. 34, 1982.
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 #include <utility>
 #include <vector>
 
+#include <boost/math/constants/constants.hpp>
 #include <boost/math/tools/toms748_solve.hpp>
 
 #include "interface/checks.hpp"
+#include "interface/host_arithmetic.hpp"
 #include "interface/policies.hpp"
 #include "korvane/core_math.h"
 
@@ -81,17 +81,25 @@ constexpr double kPomeranzScale = 0x1p350;
 constexpr double kPomeranzTiny = 1e-280;
 // Tolerance for matching a step width to one of the four tabulated widths.
 constexpr double kPomeranzWidthTol = 1e-15;
-constexpr double kLn2 = 0.6931471805599453;
+using boost::math::double_constants::ln_two;
 
 // Pelz-Good series: at most this many terms, stopped at this relative size.
 constexpr int kPelzGoodMaxTerm = 20;
 constexpr double kPelzGoodEps = 1e-10;
-constexpr double kPi2 = 9.869604401089358;          // pi^2
-constexpr double kPi4 = 97.40909103400243;          // pi^4
-constexpr double kPi6 = 961.3891935753043;          // pi^6
-constexpr double kThreePi2 = 29.608813203268074;    // 3 pi^2
-constexpr double kSqrtTwoPi = 2.506628274631001;    // sqrt(2 pi)
-constexpr double kSqrtHalfPi = 1.2533141373155001;  // sqrt(pi / 2)
+// Powers of pi, formed from Boost's pi^2; each product rounds to the nearest
+// double of its power.
+using boost::math::double_constants::pi_sqr;
+constexpr double kPi4 = pi_sqr * pi_sqr;
+constexpr double kPi6 = kPi4 * pi_sqr;
+constexpr double kThreePi2 = 3 * pi_sqr;
+static_assert(kPi4 == 97.40909103400243 && kPi6 == 961.3891935753043 &&
+                  kThreePi2 == 29.608813203268074,
+              "the Pelz-Good series is evaluated with these values of pi^4, pi^6 and 3 pi^2");
+// sqrt(2 pi) and sqrt(pi / 2) with these digits, each one ulp away from the
+// nearest double (Boost's root_two_pi and root_half_pi): the series is
+// evaluated with them as they are.
+constexpr double kSqrtTwoPi = 2.506628274631001;
+constexpr double kSqrtHalfPi = 1.2533141373155001;
 
 // Own log1p: the series below this |x|, the C library above.
 constexpr double kLog1pSeriesMax = 0.1;
@@ -169,15 +177,6 @@ constexpr double kLogFactorial[kLogFactorialTableMax + 1] = {
 };
 
 // ---- Helpers --------------------------------------------------------------------
-
-// The sample size arrives as a double and is truncated toward zero. NaN and
-// values outside the range of int become INT_MIN, as the x86-64 conversion
-// (cvttsd2si) gives them, instead of undefined behaviour.
-int truncate_sample_size(double n)
-{
-    if (n > -2147483649.0 && n < 2147483648.0) return static_cast<int>(n);
-    return INT_MIN;
-}
 
 // ln(n!): the table, or Stirling's series with y = n + 1. The digits of the
 // series constants are used exactly as written.
@@ -379,7 +378,7 @@ double Pomeranz(int n, double x)
             ++renormalisations;
         }
     }
-    const double w = LogFactorial(n) - renormalisations * kPomeranzExponent * kLn2 +
+    const double w = LogFactorial(n) - renormalisations * kPomeranzExponent * ln_two +
                      std::log(V[cur][n + 1]);
     if (w >= 0) return 1.0;
     return std::exp(w);
@@ -412,7 +411,7 @@ double PelzGood(int n, double x)
     const double rn = std::sqrt(static_cast<double>(n));
     const double z = rn * x;
     const double z2 = z * z, z4 = z2 * z2, z6 = z4 * z2, z8 = z6 * z2;
-    const double w = kPi2 / (2 * z2);
+    const double w = pi_sqr / (2 * z2);
 
     double S = pelz_good_sum(0, false, [&](int i) {
         const double u = (i + 0.5) * (i + 0.5);
@@ -422,26 +421,26 @@ double PelzGood(int n, double x)
 
     double T = pelz_good_sum(0, true, [&](int i) {
         const double u = (i + 0.5) * (i + 0.5);
-        return (kPi2 * u - z2) * std::exp(-u * w);
+        return (pi_sqr * u - z2) * std::exp(-u * w);
     });
     S += T * kSqrtHalfPi / (3 * rn * z4);
 
     T = pelz_good_sum(0, true, [&](int i) {
         const double u = (i + 0.5) * (i + 0.5);
-        return (6 * z6 + 2 * z4 + kPi2 * (2 * z4 - 5 * z2) * u + kPi4 * (1 - 2 * z2) * u * u) *
+        return (6 * z6 + 2 * z4 + pi_sqr * (2 * z4 - 5 * z2) * u + kPi4 * (1 - 2 * z2) * u * u) *
                std::exp(-u * w);
     });
     S += T * kSqrtHalfPi / (36 * dn * z * z6);
 
     T = pelz_good_sum(1, false, [&](int i) {
         const double u = static_cast<double>(i) * i;
-        return kPi2 * u * std::exp(-u * w);
+        return pi_sqr * u * std::exp(-u * w);
     });
     S -= T * kSqrtHalfPi / (18 * dn * z * z2);
 
     T = pelz_good_sum(0, true, [&](int i) {
         const double u = (i + 0.5) * (i + 0.5);
-        return (-30 * z6 - 90 * z8 + kPi2 * (135 * z4 - 96 * z6) * u +
+        return (-30 * z6 - 90 * z8 + pi_sqr * (135 * z4 - 96 * z6) * u +
                 kPi4 * (212 * z4 - 60 * z2) * u * u + kPi6 * u * u * u * (5 - 30 * z2)) *
                std::exp(-u * w);
     });
@@ -580,7 +579,7 @@ struct KolmogorovQuantileFunctor {
 
     double operator()(double x) const
     {
-        const int m = truncate_sample_size(n);
+        const int m = truncate_to_int32(n);
         return upper ? p - KsComplement(m, x) : KsCdf(m, x) - p;
     }
 };
@@ -591,7 +590,7 @@ struct KolmogorovQuantileFunctor {
 extern "C" double KolmogorovCDF(double x, double n, int32_t upper)
 {
     if (x < 0) return upper != 0 ? 1.0 : 0.0;  // a NaN x goes on to the methods
-    const int m = truncate_sample_size(n);
+    const int m = truncate_to_int32(n);
     // Terms of the sums underflow harmlessly; the C library's ERANGE for them
     // is not the caller's business.
     const ErrnoKept errno_kept;

@@ -94,19 +94,6 @@ double checked_throwing(double v, const char* function, Arguments... arguments)
         function, "The function has no value at an argument of %1%.", culprit, pol::Throwing());
 }
 
-// Boost 1.74's incomplete beta function and its inverses lose accuracy as the
-// shapes grow past 1e11 (at a = b and x = 1/2, where the value is exactly 1/2,
-// the relative error is 3e-8 at 1e12, 1.5e-7 at 1e13, 4e-6 at 1e14); from
-// about 1e16 on the results are wrong in the first digit and the evaluation
-// time grows without bound (0.5 s at 1e20, hours at 1e300). Shapes beyond
-// 1e12 are refused as a failed evaluation.
-constexpr double kLargestBetaShape = 1e12;
-
-inline bool beta_shape_too_large(double a, double b)
-{
-    return a > kLargestBetaShape || b > kLargestBetaShape;
-}
-
 // The throwing exports report through exceptions only: whatever the C library
 // records in errno during their evaluation (the ERANGE of an underflowing exp
 // inside a good result) is undone when the export returns or raises.

@@ -1,4 +1,6 @@
-// The two error policies under which Boost.Math evaluations run.
+// Every Boost.Math policy of the library: the two error policies under which
+// evaluations run (errno and throwing), and the variants of each that fix an
+// iteration limit or the rounding of a discrete quantile.
 //
 // Every export names its policy at the call site (for example
 // gamma_q_inv(a, q, pol::Errno())), so the contract of a function can be read
@@ -8,6 +10,11 @@
 #pragma once
 
 #include <boost/math/policies/policy.hpp>
+#include <boost/version.hpp>
+
+// The workarounds of docs/boost-workarounds.md were checked against this
+// Boost and no other (the build requires it too; see CMakeLists.txt).
+static_assert(BOOST_VERSION == 107400, "Korvane.Core.Math is checked against Boost 1.74.0");
 
 namespace kcm::pol {
 
@@ -33,5 +40,7 @@ using Throwing = policy<>;
 // (floor) or up (ceil). Boost's default rounds outwards.
 using ThrowingRoundDown = policy<discrete_quantile<integer_round_down>>;
 using ThrowingRoundUp = policy<discrete_quantile<integer_round_up>>;
+// ... or left unrounded: the continuous root itself.
+using ThrowingUnrounded = policy<discrete_quantile<real>>;
 
 }  // namespace kcm::pol

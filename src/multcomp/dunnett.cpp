@@ -15,15 +15,11 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
 namespace kcm::multcomp {
 namespace {
-
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
 
 class DunnettDistribution : public MC {
 public:
@@ -40,7 +36,7 @@ double DunnettDistribution::ConditionalCDF(double q, double s)
     for (int i = 0; i < kRuleSize; ++i) {
         double product = 1;
         for (int32_t j = 0; j < K - 1; ++j) {
-            const double z = kSqrt2 * Lambda[j] * kHermiteNode[i];
+            const double z = root_two * Lambda[j] * kHermiteNode[i];
             const double c = Scale[j];
             // Phi(c (d + z)) - Phi(-c (d - z)), formed from the two upper
             // tails in the order of the studentized range.
@@ -49,7 +45,7 @@ double DunnettDistribution::ConditionalCDF(double q, double s)
         }
         sum += kHermiteWeight[i] * product;
     }
-    return sum / std::sqrt(kPi);
+    return sum / std::sqrt(pi);
 }
 
 std::pair<double, double> DunnettDistribution::QuantileBracket(double alpha)
@@ -69,15 +65,10 @@ using kcm::multcomp::DunnettDistribution;
 
 extern "C" double MCcCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    DunnettDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<DunnettDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCcICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    DunnettDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<DunnettDistribution>(p, k, df, lambda, upper);
 }

@@ -12,15 +12,11 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
 namespace kcm::multcomp {
 namespace {
-
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
 
 class HsuDistribution : public MC {
 public:
@@ -37,10 +33,10 @@ double HsuDistribution::ConditionalCDF(double q, double s)
     for (int i = 0; i < kRuleSize; ++i) {
         double product = 1;
         for (int32_t j = 0; j < K - 1; ++j)
-            product *= normal_upper_by_subtraction(-Scale[j] * (kSqrt2 * Lambda[j] * kHermiteNode[i] + d));
+            product *= normal_upper_by_subtraction(-Scale[j] * (root_two * Lambda[j] * kHermiteNode[i] + d));
         sum += kHermiteWeight[i] * product;
     }
-    return sum / std::sqrt(kPi);
+    return sum / std::sqrt(pi);
 }
 
 std::pair<double, double> HsuDistribution::QuantileBracket(double alpha)
@@ -60,15 +56,10 @@ using kcm::multcomp::HsuDistribution;
 
 extern "C" double MCbCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    HsuDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<HsuDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCbICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    HsuDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<HsuDistribution>(p, k, df, lambda, upper);
 }

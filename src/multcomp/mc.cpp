@@ -36,8 +36,6 @@ constexpr int kToleranceBits = 24;
 // ... or after this many iterations, silently (the bracket midpoint stands).
 constexpr std::uintmax_t kMaxIterations = 198;
 
-constexpr double kSqrt2 = 1.4142135623730951;
-
 }  // namespace
 
 MC::MC(int32_t K, double Df, const double* Lambda) : Lambda(Lambda), Scale(nullptr), K(K), Df(Df)
@@ -63,7 +61,7 @@ const MC::OuterRule& MC::outer_rule()
     rule_.width = b - a;
     for (int i = 0; i < kRuleSize; ++i) {
         const double y = (kLegendreNode[i] + 1) * (b - a) / 2 + a;
-        rule_.ratio[i] = kSqrt2 * y / std::sqrt(Df);
+        rule_.ratio[i] = root_two * y / std::sqrt(Df);
         rule_.density[i] = std::exp(std::log(y) * (Df - 1) - y * y - L);
     }
     rule_ready_ = true;

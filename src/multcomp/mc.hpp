@@ -20,9 +20,15 @@
 #include <cstdint>
 #include <utility>
 
+#include <boost/math/constants/constants.hpp>
+
+#include "interface/checks.hpp"
 #include "multcomp/quadrature.hpp"
 
 namespace kcm::multcomp {
+
+using boost::math::double_constants::pi;
+using boost::math::double_constants::root_two;
 
 // Deliberately no virtual destructor: each object is created and destroyed on
 // an export's stack as the exact class that made it.
@@ -91,6 +97,26 @@ inline double normal_upper_by_subtraction(double x)
     if (x >= kNormalSaturation) return 0.0;
     if (x <= -kNormalSaturation) return 1.0;
     return 1 - normal_cdf(x);
+}
+
+// The two exports of each distribution: the object is built on the stack from
+// (K, Df, Lambda), asked once and destroyed. This family alone forms the
+// upper tail by subtraction, 1 - CDF (a small upper tail keeps only absolute
+// precision), and turns an upper-tail p into the lower-tail 1 - p the same
+// way.
+template <class Distribution>
+double export_cdf(double q, int32_t K, double Df, const double* Lambda, unsigned char upper)
+{
+    Distribution dist(K, Df, Lambda);
+    const double r = dist.CDF(q);
+    return is_upper_tail(upper) ? 1 - r : r;
+}
+
+template <class Distribution>
+double export_icdf(double p, int32_t K, double Df, const double* Lambda, unsigned char upper)
+{
+    Distribution dist(K, Df, Lambda);
+    return dist.ICDF(is_upper_tail(upper) ? 1 - p : p);
 }
 
 }  // namespace kcm::multcomp

@@ -15,15 +15,11 @@
 #include <cstdint>
 #include <utility>
 
-#include "interface/checks.hpp"
 #include "korvane/core_math.h"
 #include "multcomp/mc.hpp"
 
 namespace kcm::multcomp {
 namespace {
-
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kPi = 3.141592653589793;
 
 class TukeyDistribution : public MC {
 public:
@@ -55,7 +51,7 @@ const TukeyDistribution::Nodes& TukeyDistribution::nodes()
     // K = 0 leaves Scale empty; c is then formed here as Scale[0] would be.
     nodes_.c = K > 0 ? Scale[0] : 1 / std::sqrt(1 - lambda * lambda);
     for (int i = 0; i < kRuleSize; ++i) {
-        nodes_.z[i] = kSqrt2 * lambda * kHermiteNode[i];
+        nodes_.z[i] = root_two * lambda * kHermiteNode[i];
         nodes_.first[i] = normal_upper_by_subtraction(-nodes_.c * nodes_.z[i]);
     }
     nodes_ready_ = true;
@@ -76,7 +72,7 @@ double TukeyDistribution::ConditionalCDF(double q, double s)
                                            : std::pow(D, static_cast<double>(K - 1));
         sum += kHermiteWeight[i] * P;
     }
-    return K * sum / std::sqrt(kPi);
+    return K * sum / std::sqrt(pi);
 }
 
 std::pair<double, double> TukeyDistribution::QuantileBracket(double alpha)
@@ -96,16 +92,10 @@ using kcm::multcomp::TukeyDistribution;
 
 extern "C" double MCaCDF(double q, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    TukeyDistribution dist(k, df, lambda);
-    const double r = dist.CDF(q);
-    // This family alone forms the upper tail by subtraction, 1 - CDF: a small
-    // upper tail keeps only absolute precision.
-    return kcm::is_upper_tail(upper) ? 1 - r : r;
+    return kcm::multcomp::export_cdf<TukeyDistribution>(q, k, df, lambda, upper);
 }
 
 extern "C" double MCaICDF(double p, int32_t k, double df, const double* lambda, unsigned char upper)
 {
-    TukeyDistribution dist(k, df, lambda);
-    // An upper-tail p is turned into the lower-tail 1 - p by subtraction.
-    return dist.ICDF(kcm::is_upper_tail(upper) ? 1 - p : p);
+    return kcm::multcomp::export_icdf<TukeyDistribution>(p, k, df, lambda, upper);
 }

@@ -9,7 +9,8 @@
 //
 // The record keeps everything setulb needs between calls. No argument is
 // checked here: the solver reports a bad n, m or bound type through its task
-// word ("ERROR: N .LE. 0", "ERROR: INVALID NBD", ...), which becomes code 5.
+// word ("ERROR: N .LE. 0", "ERROR: INVALID NBD", ...), which becomes
+// KCM_LBFGSB_ERROR.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -163,7 +164,7 @@ extern "C" int32_t LBFGSBStep(LbfgsbState* state, double* x, double* f, double* 
     // beyond 32 bits, or memory refused): an error of its own, without a call.
     if (n > 0 && state->m > 0 && !blocks_allocated(state)) {
         set_task(state, kNoWorkspace);
-        return 5;
+        return KCM_LBFGSB_ERROR;
     }
     copy_doubles(state->x, x, n);
     copy_doubles(state->g, g, n);
@@ -175,12 +176,12 @@ extern "C" int32_t LBFGSBStep(LbfgsbState* state, double* x, double* f, double* 
     copy_doubles(g, state->g, n);
     *f = state->f;
 
-    if (task_begins(state, "FG")) return 1;
-    if (task_begins(state, "NEW_X")) return 2;
-    if (task_begins(state, "CONV")) return 3;
-    if (task_begins(state, "ABNO")) return 4;
-    if (task_begins(state, "ERROR")) return 5;
-    return 0;
+    if (task_begins(state, "FG")) return KCM_LBFGSB_EVALUATE;
+    if (task_begins(state, "NEW_X")) return KCM_LBFGSB_NEW_ITERATE;
+    if (task_begins(state, "CONV")) return KCM_LBFGSB_CONVERGED;
+    if (task_begins(state, "ABNO")) return KCM_LBFGSB_ABNORMAL;
+    if (task_begins(state, "ERROR")) return KCM_LBFGSB_ERROR;
+    return KCM_LBFGSB_OTHER;
 }
 
 // A run stopped by the host (after 1, 2 or a warning) is ended in order with a

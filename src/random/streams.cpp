@@ -49,11 +49,13 @@ extern "C" int32_t DeleteRandomStream(RandomStream stream)
 // nskip is sign-extended to MKL's 64-bit count. A negative count must come
 // back as an error status; MKL 2020 does not reject it (it steps the MT19937
 // state backwards for small counts, leaves a stream of zeros for larger ones
-// and crashes at -2^31), so the rejection is made here with MKL's own code.
+// and crashes at -2^31), so the rejection is made here with MKL's own code,
+// after MKL's check of the handle: a null handle is MKL's VSL_ERROR_NULL_PTR
+// whatever the count.
 extern "C" int32_t SkipAheadStream(RandomStream stream, int32_t nskip)
 {
     const auto count = static_cast<long long>(nskip);
-    if (count < 0) return VSL_ERROR_BADARGS;
+    if (count < 0 && stream != nullptr) return VSL_ERROR_BADARGS;
     return vslSkipAheadStream(to_vsl(stream), count);
 }
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cmath>
 
+#include <boost/math/constants/constants.hpp>
 #include <boost/math/special_functions/erf.hpp>
 
 #include "interface/checks.hpp"
@@ -17,8 +18,8 @@ namespace {
 
 using namespace kcm;
 
-constexpr double kSqrt2 = 1.4142135623730951;
-constexpr double kTwoPi = 6.283185307179586;
+using boost::math::double_constants::root_two;
+using boost::math::double_constants::two_pi;
 
 // Shared by InverseErfC and NormalICDF.
 double inverse_erfc(double q)
@@ -41,8 +42,8 @@ double inverse_erfc(double q)
 // from x and mean scaled by sd first.
 double standardize(double x, double mean, double sd)
 {
-    const double z = (x - mean) / (sd * kSqrt2);
-    if (std::isnan(z)) return (x / sd - mean / sd) / kSqrt2;
+    const double z = (x - mean) / (sd * root_two);
+    if (std::isnan(z)) return (x / sd - mean / sd) / root_two;
     return z;
 }
 
@@ -87,8 +88,8 @@ extern "C" double NormalPDF(double x, double mean, double sd)
     }
     // A subnormal sd puts the density at the mean beyond the double range; an
     // sd near it, sqrt(2 pi) sd.
-    const double norm = std::sqrt(kTwoPi) * sd;
-    if (std::isinf(norm)) return std::exp(exponent) / sd / std::sqrt(kTwoPi);
+    const double norm = std::sqrt(two_pi) * sd;
+    if (std::isinf(norm)) return std::exp(exponent) / sd / std::sqrt(two_pi);
     return guard_overflow(std::exp(exponent) / norm);
 }
 
@@ -121,8 +122,8 @@ extern "C" double NormalICDF(double p, double mean, double sd, unsigned char upp
     if (!ok || !(p >= 0 && p <= 1)) return domain_nan();
     double v = inverse_erfc(2 * p);
     if (!is_upper_tail(upper)) v = -v;
-    const double scale = sd * kSqrt2;
+    const double scale = sd * root_two;
     // Beyond the double range sd * sqrt(2) would make the median 0 * inf.
-    const double w = std::isinf(scale) ? v * sd * kSqrt2 : v * scale;
+    const double w = std::isinf(scale) ? v * sd * root_two : v * scale;
     return guard_overflow_signed(w + mean);
 }

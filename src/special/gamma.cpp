@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <cmath>
 
+#include <boost/math/constants/constants.hpp>
 #include <boost/math/special_functions/gamma.hpp>
 #include <boost/math/special_functions/log1p.hpp>
 
@@ -62,12 +63,12 @@ double incomplete_gamma(double a, double x, bool regularized, bool upper, const 
 // log|Gamma(x)| = log(pi) - log|sin(pi x)| - log Gamma(1 - x) is formed here,
 // sin(pi x) from the fraction of x, which is exact.
 constexpr double kIntLowest = -2147483648.0;
-constexpr double kPi = 3.141592653589793;
+using boost::math::double_constants::pi;
 
 double lgamma_far_negative(double x)
 {
     const double fraction = x - std::floor(x);
-    const double v = std::log(kPi) - std::log(std::fabs(std::sin(kPi * fraction))) -
+    const double v = std::log(pi) - std::log(std::fabs(std::sin(pi * fraction))) -
                      boost::math::lgamma(1 - x, pol::Throwing());
     return throw_on_overflow(v, kLgammaName);
 }

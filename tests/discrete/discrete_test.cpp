@@ -307,7 +307,7 @@ TEST(DiscreteIdentities, PoissonQuantileBelowTheMassAtZeroIsZero)
 // Each row: a call, the exception type it must raise and its exact message.
 // Every one leaves errno alone.
 
-enum class Raises { kDomain, kRounding, kOverflow };
+enum class Raises { kDomain, kRounding, kOverflow, kEvaluation };
 
 struct ThrowRow {
     const char* call;
@@ -342,6 +342,12 @@ TEST(DiscreteContract, BinomialTrialsBeyond1e12AreAFailedEvaluation)
     EXPECT_THROW(BinomialCDF(5e299, 1e300, 0.5, 0), boost::math::evaluation_error);
     EXPECT_THROW(BinomialICDF(0.5, 1e300, 0.5, 1, 1), boost::math::evaluation_error);
     EXPECT_THROW(BinomialPS(0.05, 5e15, 1e16, 0), boost::math::evaluation_error);
+    // The end of each bound is decided without an evaluation, whatever n is;
+    // the other end is evaluated like any k between.
+    EXPECT_EQ(BinomialPS(0.05, 0, 1e13, 0), 0.0);
+    EXPECT_EQ(BinomialPS(0.05, 1e13, 1e13, 1), 1.0);
+    EXPECT_THROW(BinomialPS(0.05, 1e13, 1e13, 0), boost::math::evaluation_error);
+    EXPECT_THROW(BinomialPS(0.05, 0, 1e13, 1), boost::math::evaluation_error);
     EXPECT_NEAR(BinomialCDF(5e11, 1e12, 0.5, 0), 0.5, 1e-6);
     // Boost's own checks come first.
     EXPECT_THROW(BinomialCDF(-1, 1e300, 0.5, 0), std::domain_error);
@@ -401,6 +407,29 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
         {{"BinomialPS(0.05, 11, 10, 1)", [] { return BinomialPS(0.05, 11, 10, 1); }, Raises::kDomain, ""},
          bin + "find_upper_bound_on_p: Number of Successes argument is 11, but must be <= Number of "
                "Trials !"},
+        // Trials beyond 1e12 are refused only after every one of Boost's checks.
+        {{"BinomialPS(0.05, 3, inf, 0)", [] { return BinomialPS(0.05, 3, kInf, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Trials argument is inf" + trials_tail},
+        {{"BinomialPS(0.05, 3, inf, 1)", [] { return BinomialPS(0.05, 3, kInf, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Trials argument is inf" + trials_tail},
+        {{"BinomialPS(0.05, -1, 1e13, 0)", [] { return BinomialPS(0.05, -1, 1e13, 0); }, Raises::kDomain, ""},
+         bin + "find_lower_bound_on_p: Number of Successes argument is -1" + trials_tail},
+        {{"BinomialPS(0.05, 2e13, 1e13, 1)", [] { return BinomialPS(0.05, 2e13, 1e13, 1); }, Raises::kDomain, ""},
+         bin + "find_upper_bound_on_p: Number of Successes argument is 20000000000000, but must be <= "
+               "Number of Trials !"},
+        {{"BinomialCDF(-1, 1e13, 0.5, 0)", [] { return BinomialCDF(-1, 1e13, 0.5, 0); }, Raises::kDomain, ""},
+         "Error in function boost::math::cdf(binomial_distribution<double> const&, double): Number of "
+         "Successes argument is -1" + trials_tail},
+        {{"BinomialCDF(2e13, 1e13, 0.5, 1)", [] { return BinomialCDF(2e13, 1e13, 0.5, 1); }, Raises::kDomain, ""},
+         "Error in function boost::math::cdf(binomial_distribution<double> const&, double): Number of "
+         "Successes argument is 20000000000000, but must be <= Number of Trials !"},
+        {{"BinomialICDF(1.5, 1e13, 0.5, 0, 0)", [] { return BinomialICDF(1.5, 1e13, 0.5, 0, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(binomial_distribution<double> const&, double): " +
+             probability + "1.5" + fraction_tail},
+        {{"BinomialPS(0.05, 5, 1e13, 0)", [] { return BinomialPS(0.05, 5, 1e13, 0); }, Raises::kEvaluation, ""},
+         "Error in function boost::math::binomial_distribution<double>::find_bound_on_p: Number of trials "
+         "10000000000000 is beyond the range the incomplete beta function is evaluated in."},
         // Poisson: the mean before anything else.
         {{"PoissonPDF(1, 0)", [] { return PoissonPDF(1, 0); }, Raises::kDomain, ""},
          poisson + "0, but must be > 0 !"},
@@ -463,6 +492,44 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
           Raises::kDomain, ""},
          "Error in function quantile(const complemented2_type<hypergeometric_distribution<double>, "
          "double>&): " + probability + "-0.5" + fraction_tail},
+        // An urn of 2^31 items or more is refused only after every check of
+        // x or p, each reported as in a smaller urn (the support's lower end
+        // formed in 64 bits: 2 - 3e9 is not a positive int here).
+        {{"HypergeometricPDF(NaN, 1, 1, 2^31)", [] { return HypergeometricPDF(kNaN, 1, 1, 2147483648.0); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::trunc<double>(double): Value nan" + not_integer},
+        {{"HypergeometricCDF(3e9, 1, 1, 2^31, 0)", [] { return HypergeometricCDF(3e9, 1, 1, 2147483648.0, 0); },
+          Raises::kRounding, ""},
+         "Error in function boost::math::itrunc<double>(double): Value 3000000000" + not_integer},
+        {{"HypergeometricPDF(2.5, 1, 1, 2^31)", [] { return HypergeometricPDF(2.5, 1, 1, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_pdf + "an integer but got 2.5"},
+        {{"HypergeometricCDF(-1, 1, 1, 3e9, 1)", [] { return HypergeometricCDF(-1, 1, 1, 3e9, 1); },
+          Raises::kDomain, ""},
+         hyper_cdf + "an integer but got -1"},
+        {{"HypergeometricPDF(2, 1, 1, 2^31)", [] { return HypergeometricPDF(2, 1, 1, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_pdf + "less than both n and r but got 2"},
+        {{"HypergeometricCDF(5, 2e9, 2e9, 3e9, 0)", [] { return HypergeometricCDF(5, 2e9, 2e9, 3e9, 0); },
+          Raises::kDomain, ""},
+         hyper_cdf + "> 0 and > m + r - N but got 5"},
+        {{"HypergeometricCDF(0, 1, 1, 3e9, 1)", [] { return HypergeometricCDF(0, 1, 1, 3e9, 1); },
+          Raises::kDomain, ""},
+         hyper_ctor + "N out of range: must be <= 2147483647 but got 3000000000"},
+        {{"HypergeometricICDF(1.5, 1, 1, 2^31, 0)", [] { return HypergeometricICDF(1.5, 1, 1, 2147483648.0, 0); },
+          Raises::kDomain, ""},
+         "Error in function boost::math::quantile(const hypergeometric_distribution<double>&, "
+         "double): " + probability + "1.5" + fraction_tail},
+        {{"HypergeometricICDF(NaN, 0, 1, 2^31, 1)", [] { return HypergeometricICDF(kNaN, 0, 1, 2147483648.0, 1); },
+          Raises::kDomain, ""},
+         "Error in function quantile(const complemented2_type<hypergeometric_distribution<double>, "
+         "double>&): " + probability + "nan" + fraction_tail},
+        {{"HypergeometricICDF(0.5, 0, 1, 2^31, 1)", [] { return HypergeometricICDF(0.5, 0, 1, 2147483648.0, 1); },
+          Raises::kDomain, ""},
+         hyper_ctor + "N out of range: must be <= 2147483647 but got 2147483648"},
+        {{"HypergeometricPDF(NaN, 5, 3e9, 2^31)", [] { return HypergeometricPDF(kNaN, 5, 3e9, 2147483648.0); },
+          Raises::kDomain, ""},
+         hyper_ctor + "n out of range: must be <= N but got 3000000000"},
     };
     for (const auto& [row, message] : rows) {
         SCOPED_TRACE(row.call);
@@ -472,6 +539,9 @@ TEST(DiscreteContract, InvalidArgumentsThrowWithBoostsMessage)
             ADD_FAILURE() << "no exception";
         } catch (const boost::math::rounding_error& e) {
             EXPECT_EQ(row.type, Raises::kRounding);
+            EXPECT_EQ(e.what(), message);
+        } catch (const boost::math::evaluation_error& e) {
+            EXPECT_EQ(row.type, Raises::kEvaluation);
             EXPECT_EQ(e.what(), message);
         } catch (const std::domain_error& e) {
             EXPECT_EQ(row.type, Raises::kDomain);

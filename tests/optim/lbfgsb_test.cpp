@@ -81,6 +81,11 @@ namespace {
 using namespace kcm::test;
 
 enum Code { kOther = 0, kEvaluate = 1, kNewX = 2, kConverged = 3, kAbnormal = 4, kError = 5 };
+// The public header names the same codes.
+static_assert(int(KCM_LBFGSB_OTHER) == kOther && int(KCM_LBFGSB_EVALUATE) == kEvaluate &&
+                  int(KCM_LBFGSB_NEW_ITERATE) == kNewX && int(KCM_LBFGSB_CONVERGED) == kConverged &&
+                  int(KCM_LBFGSB_ABNORMAL) == kAbnormal && int(KCM_LBFGSB_ERROR) == kError,
+              "the step codes of the public header");
 
 // ---- Objectives: the same operations, in the same order, as the generator ----
 

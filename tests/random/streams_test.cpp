@@ -317,6 +317,31 @@ TEST(StreamContract, BadArgumentsReturnTheLibraryStatus)
     EXPECT_EQ(DeleteRandomStream(h), 0);
 }
 
+// The library refuses a negative skip-ahead count itself, but only after
+// MKL's own check of the handle. Codes of mkl_vsl_defines.h.
+TEST(StreamContract, SkipAheadChecksTheHandleBeforeTheCount)
+{
+    constexpr int32_t kBadArgs = -3;  // VSL_ERROR_BADARGS
+    constexpr int32_t kNullPtr = -5;  // VSL_ERROR_NULL_PTR
+    RandomStream h = CreateRandomStream(3);
+    struct Row {
+        const char* call;
+        int32_t status, expected;
+    };
+    const Row rows[] = {
+        {"SkipAheadStream(null, 10)", SkipAheadStream(nullptr, 10), kNullPtr},
+        {"SkipAheadStream(null, -1)", SkipAheadStream(nullptr, -1), kNullPtr},
+        {"SkipAheadStream(null, INT32_MIN)",
+         SkipAheadStream(nullptr, std::numeric_limits<int32_t>::min()), kNullPtr},
+        {"SkipAheadStream(h, -1)", SkipAheadStream(h, -1), kBadArgs},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.call);
+        EXPECT_EQ(row.status, row.expected);
+    }
+    DeleteRandomStream(h);
+}
+
 TEST(StreamContract, IntegersStayInsideTheHalfOpenRange)
 {
     constexpr int32_t kCount = 100000;

@@ -309,6 +309,23 @@ TEST(BetaContract, ThrowingExportsRaiseTheNamedException)
          "ibeta"},
         {"BetaRegularizedC(2, -3, 0.5)", [] { return BetaRegularizedC(2, -3, 0.5); }, ThrowRow::kDomain,
          "ibeta"},
+        // Shapes beyond 1e12 are refused only after Boost's own checks of x,
+        // a and b: the whole message, type and text, is Boost's.
+        {"BetaRegularized(1e13, 2, 2)", [] { return BetaRegularized(1e13, 2, 2); }, ThrowRow::kDomain,
+         "Error in function boost::math::ibeta<long double>(long double, long double, long double): "
+         "Parameter x outside the range [0,1] in the incomplete beta function (got x=2)."},
+        {"BetaRegularizedC(2, 1e13, -0.5)", [] { return BetaRegularizedC(2, 1e13, -0.5); }, ThrowRow::kDomain,
+         "Error in function boost::math::ibeta<long double>(long double, long double, long double): "
+         "Parameter x outside the range [0,1] in the incomplete beta function (got x=-0.5)."},
+        {"BetaRegularized(-1, 1e13, 0.5)", [] { return BetaRegularized(-1, 1e13, 0.5); }, ThrowRow::kDomain,
+         "Error in function boost::math::ibeta<long double>(long double, long double, long double): "
+         "The argument a to the incomplete beta function must be >= zero (got a=-1)."},
+        {"BetaRegularizedC(1e13, -1, 0.5)", [] { return BetaRegularizedC(1e13, -1, 0.5); }, ThrowRow::kDomain,
+         "Error in function boost::math::ibeta<long double>(long double, long double, long double): "
+         "The argument b to the incomplete beta function must be >= zero (got b=-1)."},
+        {"BetaRegularized(1e13, 2, 0.5)", [] { return BetaRegularized(1e13, 2, 0.5); }, ThrowRow::kEvaluation,
+         "Error in function boost::math::ibeta<double>(double,double,double): Shape argument "
+         "10000000000000 is beyond the range the incomplete beta function is evaluated in."},
     };
     for (const auto& row : rows) expect_throws(row);
 }

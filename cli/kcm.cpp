@@ -20,10 +20,10 @@
 #include <sstream>
 #include <typeinfo>
 
-#include <cxxabi.h>
 #include <unistd.h>
 
 #include "command.hpp"
+#include "guard.hpp"
 #include "korvane/core_math.h"
 
 namespace kcm::cli {
@@ -113,22 +113,6 @@ void keep_answers_apart()
     answers = file;
 }
 
-// The exception's type by name (the library's type information is not
-// exported, so Boost's classes cannot be caught by type here). Boost throws
-// E wrapped in boost::wrapexcept<E>, derived from E: E is reported, as the
-// non-throwing layer does.
-std::string exception_type(const std::exception& e)
-{
-    int status = 0;
-    std::unique_ptr<char, void (*)(void*)> name(
-        abi::__cxa_demangle(typeid(e).name(), nullptr, nullptr, &status), std::free);
-    std::string type = status == 0 ? name.get() : typeid(e).name();
-    const std::string wrapper = "boost::wrapexcept<";
-    if (type.compare(0, wrapper.size(), wrapper) == 0 && type.back() == '>')
-        type = type.substr(wrapper.size(), type.size() - wrapper.size() - 1);
-    return type;
-}
-
 // A usage error, on standard error; line > 0 names the batch line.
 int usage_error(int line, const std::string& message, const std::string& usage = {})
 {
@@ -161,7 +145,7 @@ int call(const std::string& name, const Words& args, Mode mode, int line)
         return usage_error(line, c->name + ": " + e.what(), c->name + " " + c->usage);
     } catch (const std::exception& e) {
         // An exception that left the library: report it as a host would see it.
-        out.set_exception(exception_type(e), e.what());
+        out.set_exception(kcm::nothrow::exception_type(e), e.what());
     } catch (...) {
         out.set_exception("unknown", "an exception not derived from std::exception");
     }

@@ -34,9 +34,9 @@ inline void copy_text(char* dst, std::size_t size, const char* src)
 // The exception's type by name: the library's type information is not
 // exported, so Boost's exception classes cannot be matched by type across
 // shared objects. Boost throws through boost::throw_exception, which wraps E
-// in boost::wrapexcept<E> (derived from E): E is reported.
-template <class Status>
-void record(Status* st, const std::exception& e)
+// in boost::wrapexcept<E> (derived from E): E is reported. kcm names the
+// exceptions it reports the same way.
+inline std::string exception_type(const std::exception& e)
 {
     int status = 0;
     std::unique_ptr<char, void (*)(void*)> name(
@@ -45,7 +45,13 @@ void record(Status* st, const std::exception& e)
     const std::string wrapper = "boost::wrapexcept<";
     if (type.compare(0, wrapper.size(), wrapper) == 0 && type.back() == '>')
         type = type.substr(wrapper.size(), type.size() - wrapper.size() - 1);
-    copy_text(st->type, sizeof st->type, type.c_str());
+    return type;
+}
+
+template <class Status>
+void record(Status* st, const std::exception& e)
+{
+    copy_text(st->type, sizeof st->type, exception_type(e).c_str());
     copy_text(st->message, sizeof st->message, e.what());
 }
 

@@ -115,7 +115,7 @@ PROTOTYPES = {name: (_CTYPES[result], [_CTYPES[k] for k in kinds])
 ERROR_KINDS = {name: errors for name, (_r, _k, errors, _f) in _GENERATED.PROTOTYPES.items()}
 # The exports with an array loop: name -> for each argument, whether the loop
 # takes it as a strided array (else as one value for every element).
-ARRAY_ARGUMENTS = dict(getattr(_GENERATED, "ARRAY_ARGUMENTS", {}))
+ARRAY_ARGUMENTS = dict(_GENERATED.ARRAY_ARGUMENTS)
 
 
 # The exports that share the library's one LAPACK workspace. Two of them

@@ -85,11 +85,34 @@ def _square(a, name="a"):
 
 
 def cholesky(a):
-    """Lower Cholesky factor L (A = L L^T) of a symmetric positive-definite matrix.
+    """Lower Cholesky factor L, A = L L^T, of a symmetric positive-definite matrix.
 
-    Only the lower triangle of ``a`` is read. A non-positive-definite leading
-    minor of order k raises LinAlgError with info = k. (The export only
-    supports the lower factor.) Wraps ``Cholesky``.
+    Parameters
+    ----------
+    a : array_like, (n, n)
+        The matrix; only its lower triangle is read. Not modified.
+
+    Returns
+    -------
+    l : ndarray, (n, n)
+        The lower factor (zeros above the diagonal).
+
+    Raises
+    ------
+    LinAlgError
+        ``info = k`` when the leading minor of order k is not positive
+        definite; ``info < 0`` for an illegal argument.
+    ValueError
+        ``a`` is not square.
+
+    Notes
+    -----
+    Wraps ``Cholesky``, which computes the lower factor only.
+
+    Examples
+    --------
+    >>> kcm.cholesky([[4.0, 2.0], [2.0, 5.0]])
+    array([[2., 0.], [1., 2.]])
     """
     arr = _square(a)
     _check("Cholesky", _fn("Cholesky")(0, _ptr(arr), _desc(arr)))
@@ -97,7 +120,32 @@ def cholesky(a):
 
 
 def cholesky_solve(l, b):
-    """Solve A X = B given the lower Cholesky factor L of A. Wraps ``CholeskySolve``."""
+    """Solve A X = B given the lower Cholesky factor L of A.
+
+    Parameters
+    ----------
+    l : array_like, (n, n)
+        The lower factor, as :func:`cholesky` returns it.
+    b : array_like, (n,) or (n, k)
+        Right-hand side(s); a vector gives a vector.
+
+    Returns
+    -------
+    x : ndarray
+        The solution, shaped as ``b``.
+
+    Raises
+    ------
+    ValueError
+        ``b`` does not have n rows.
+    LinAlgError
+        A nonzero INFO of ``CholeskySolve``.
+
+    Examples
+    --------
+    >>> kcm.cholesky_solve([[2.0, 0.0], [1.0, 2.0]], [6.0, 9.0])
+    array([0.75, 1.5])
+    """
     fac = _square(l, "l")
     vector = np.ndim(b) == 1
     rhs = _fortran(b, "b")
@@ -107,10 +155,35 @@ def cholesky_solve(l, b):
 
 
 def solve_triangular_system(a, b, upper=False, transpose=False):
-    """Solve op(A) X = B for triangular A (op = transpose when asked).
+    """Solve op(A) X = B for a triangular A, op(A) = A or A^T.
 
-    A zero diagonal element k raises LinAlgError with info = k.
-    Wraps ``SolveTriangularSystem``.
+    Parameters
+    ----------
+    a : array_like, (n, n)
+        Triangular matrix; only the triangle named by ``upper`` is read.
+    b : array_like, (n,) or (n, k)
+        Right-hand side(s).
+    upper : bool
+        A is upper (True) or lower (False) triangular.
+    transpose : bool
+        Solve with A^T.
+
+    Returns
+    -------
+    x : ndarray
+        The solution, shaped as ``b``.
+
+    Raises
+    ------
+    LinAlgError
+        ``info = k`` when the diagonal element k is zero (singular A).
+    ValueError
+        ``b`` does not have n rows.
+
+    Examples
+    --------
+    >>> kcm.solve_triangular_system([[2.0, 0.0], [1.0, 4.0]], [2.0, 9.0])
+    array([1., 2.])
     """
     tri = _square(a)
     vector = np.ndim(b) == 1
@@ -122,13 +195,49 @@ def solve_triangular_system(a, b, upper=False, transpose=False):
 
 
 def disable_mkl_threading():
-    """Run every later LAPACK call of the process on one thread. Wraps ``DisableMKLThreading``."""
+    """Run every later LAPACK call of the process on one thread.
+
+    Returns
+    -------
+    None
+
+    Raises
+    ------
+    Nothing. The setting concerns only the library's own copy of MKL, not
+    another BLAS or OpenMP runtime of the process.
+
+    Examples
+    --------
+    >>> kcm.disable_mkl_threading()
+    """
     _fn("DisableMKLThreading")()
 
 
 def qr(a):
-    """Householder QR: returns (qr, tau) in LAPACK's compact form (R on and above
-    the diagonal, reflectors below). Wraps ``QR``."""
+    """Householder QR factorisation in LAPACK's compact form.
+
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        The matrix. Not modified.
+
+    Returns
+    -------
+    qr : ndarray, (m, n)
+        R on and above the diagonal, the Householder vectors below it.
+    tau : ndarray, (min(m, n),)
+        The reflectors' scalars.
+
+    Raises
+    ------
+    LinAlgError
+        A nonzero INFO of ``QR`` (the shared workspace is too small: INFO < 0).
+
+    Examples
+    --------
+    >>> kcm.qr([[3.0], [4.0]])
+    (array([[-5.], [0.5]]), array([1.6]))
+    """
     arr = _fortran(a)
     tau = np.zeros(min(arr.shape))
     _check("QR", _fn("QR")(_ptr(arr), _desc(arr), _ptr(tau)))
@@ -136,11 +245,34 @@ def qr(a):
 
 
 def qrp(a, jpvt=None):
-    """QR with column pivoting, A P = Q R: returns (qr, tau, jpvt).
+    """QR with column pivoting, A P = Q R.
 
-    jpvt (one-based) on entry marks columns to keep in front (nonzero); by
-    default all columns are free. On exit jpvt[j] is the original (one-based)
-    index of the column now in position j. Wraps ``QRP``.
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        The matrix. Not modified.
+    jpvt : array_like of int, (n,), optional
+        A nonzero entry keeps that column in front; by default every column
+        is free.
+
+    Returns
+    -------
+    qr, tau : ndarray
+        As :func:`qr`.
+    jpvt : ndarray of int32
+        ``jpvt[j]`` is the original one-based index of the column now at j.
+
+    Raises
+    ------
+    ValueError
+        ``jpvt`` does not have n entries.
+    LinAlgError
+        A nonzero INFO of ``QRP``.
+
+    Examples
+    --------
+    >>> kcm.qrp([[1.0, 0.0], [0.0, 2.0]])
+    (array([[-2., 0.], [1., -1.]]), array([1., 0.]), array([2, 1], dtype=int32))
     """
     arr = _fortran(a)
     n = arr.shape[1]
@@ -160,9 +292,32 @@ def _tall(arr):
 
 
 def qr_q(qr, tau):
-    """The thin Q (m x n, m >= n) from the compact output of qr(). Wraps ``QR_Q``.
+    """The thin Q (m x n, m >= n) from the compact output of :func:`qr`.
 
-    tau must have min(m, n) = n entries, as qr() returns it."""
+    Parameters
+    ----------
+    qr : array_like, (m, n)
+        The compact factorisation.
+    tau : array_like, (n,)
+        Its reflectors' scalars: exactly min(m, n) = n of them.
+
+    Returns
+    -------
+    q : ndarray, (m, n)
+        Orthonormal columns, Q R = A.
+
+    Raises
+    ------
+    ValueError
+        m < n, or ``tau`` of the wrong length (checked before the call).
+    LinAlgError
+        A nonzero INFO of ``QR_Q``.
+
+    Examples
+    --------
+    >>> kcm.qr_q(*kcm.qr([[3.0], [4.0]]))
+    array([[-0.6], [-0.8]])
+    """
     arr = _fortran(qr, "qr")
     t = np.array(tau, dtype=np.float64).ravel()
     _tall(arr)
@@ -172,7 +327,36 @@ def qr_q(qr, tau):
 
 
 def qr_qy(qr, tau, c, transpose=False):
-    """Q C, or Q^T C with transpose=True, from the compact output of qr(). Wraps ``QR_Qy``."""
+    """Q C, or Q^T C, from the compact output of :func:`qr`.
+
+    Parameters
+    ----------
+    qr : array_like, (m, n)
+        The compact factorisation (m >= n).
+    tau : array_like, (n,)
+        Its reflectors' scalars.
+    c : array_like, (m,) or (m, k)
+        The matrix to multiply.
+    transpose : bool
+        Apply Q^T instead of Q.
+
+    Returns
+    -------
+    y : ndarray
+        The product, shaped as ``c``.
+
+    Raises
+    ------
+    ValueError
+        Shapes that do not match what the export reads.
+    LinAlgError
+        A nonzero INFO of ``QR_Qy``.
+
+    Examples
+    --------
+    >>> kcm.qr_qy(*kcm.qr([[3.0], [4.0]]), [3.0, 4.0], transpose=True)
+    array([-5., 0.])
+    """
     arr = _fortran(qr, "qr")
     t = np.array(tau, dtype=np.float64).ravel()
     _tall(arr)
@@ -186,9 +370,32 @@ def qr_qy(qr, tau, c, transpose=False):
 
 
 def ls(a, b):
-    """Least-squares (m >= n) or minimum-norm (m < n) solution of A X = B. Wraps ``LS``.
+    """Least-squares (m >= n) or minimum-norm (m < n) solution of A X = B.
 
-    A rank-deficient A raises LinAlgError with info > 0.
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        Full-rank matrix. Not modified.
+    b : array_like, (m,) or (m, k)
+        Right-hand side(s).
+
+    Returns
+    -------
+    x : ndarray, (n,) or (n, k)
+        The solution.
+
+    Raises
+    ------
+    LinAlgError
+        ``info > 0`` for a rank-deficient A; ``info < 0`` when the problem
+        needs more than the shared workspace.
+    ValueError
+        ``b`` does not have m rows.
+
+    Examples
+    --------
+    >>> kcm.ls([[1.0], [1.0], [1.0]], [1.0, 2.0, 6.0])
+    array([3.])
     """
     arr = _fortran(a)
     m, n = arr.shape
@@ -206,14 +413,38 @@ OLSResult = namedtuple("OLSResult", "coef collinear qty qr tau")
 
 
 def ols(a, y, tol=1e-7):
-    """Ordered-QR regression of one response y on the columns of A, in their order.
+    """Ordered-QR regression of y on the columns of A, taken in their order.
 
-    Returns OLSResult(coef, collinear, qty, qr, tau). collinear is 0 when every
-    column passed, else the one-based index of the first column that is (within
-    tol, relative to the column's own length) a combination of the columns before
-    it; then coef is None and the caller drops that column and refits. qty = Q^T y,
-    whose entries n.. are the residual components (their squares sum to the RSS).
-    A negative tol disables the test. Wraps ``OLS``.
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        The regressors.
+    y : array_like, (m,)
+        The response.
+    tol : float
+        A column whose part orthogonal to the columns before it is below
+        ``tol`` times its own length is collinear; a negative tol disables
+        the test.
+
+    Returns
+    -------
+    OLSResult
+        ``(coef, collinear, qty, qr, tau)``: ``collinear`` is 0 when every
+        column passed, else the one-based index of the first collinear
+        column (then ``coef`` and ``qty`` are None: drop it and refit).
+        ``qty = Q^T y``; its entries from n on square-sum to the RSS.
+
+    Raises
+    ------
+    LinAlgError
+        A negative status (an illegal argument or the shared workspace).
+    ValueError
+        ``y`` does not have m entries.
+
+    Examples
+    --------
+    >>> kcm.ols([[1.0], [1.0], [1.0]], [1.0, 2.0, 6.0]).coef
+    array([3.])
     """
     arr = _fortran(a)
     m, n = arr.shape
@@ -234,7 +465,32 @@ def ols(a, y, tol=1e-7):
 
 
 def xb(x, beta, y):
-    """Residual sum of squares sum_i (y_i - (X beta)_i)^2. Wraps ``Xb``."""
+    """Residual sum of squares, sum_i (y_i - (X beta)_i)^2.
+
+    Parameters
+    ----------
+    x : array_like, (m, n)
+        The regressors.
+    beta : array_like, (n,)
+        The coefficients.
+    y : array_like, (m,)
+        The response.
+
+    Returns
+    -------
+    float
+        The residual sum of squares.
+
+    Raises
+    ------
+    ValueError
+        Lengths that do not match x.
+
+    Examples
+    --------
+    >>> kcm.xb([[1.0], [1.0], [1.0]], [3.0], [1.0, 2.0, 6.0])
+    14.0
+    """
     arr = _fortran(x, "x")
     bv = np.array(beta, dtype=np.float64).ravel()
     yv = np.array(y, dtype=np.float64).ravel()
@@ -244,10 +500,31 @@ def xb(x, beta, y):
 
 
 def eigen_symmetric(a, vectors=True):
-    """Eigenvalues (ascending) and, if asked, orthonormal eigenvectors (columns).
+    """Eigenvalues (ascending) and eigenvectors of a symmetric matrix.
 
-    Only the lower triangle of ``a`` is read. Returns (w, z) or w.
-    Wraps ``EigenSymmetric``.
+    Parameters
+    ----------
+    a : array_like, (n, n)
+        Only the lower triangle is read.
+    vectors : bool
+        Also return the orthonormal eigenvectors (as columns).
+
+    Returns
+    -------
+    w : ndarray, (n,)
+        The eigenvalues, ascending.
+    z : ndarray, (n, n)
+        The eigenvectors, when ``vectors`` is true: ``(w, z)`` is returned.
+
+    Raises
+    ------
+    LinAlgError
+        A nonzero INFO of ``EigenSymmetric``.
+
+    Examples
+    --------
+    >>> kcm.eigen_symmetric([[2.0, 1.0], [1.0, 2.0]], vectors=False)
+    array([1., 3.])
     """
     arr = _square(a)
     n = arr.shape[0]
@@ -275,13 +552,57 @@ def _svd(name, a, full):
 
 
 def full_svd(a):
-    """A = U diag(s) V^T with all singular vectors: returns (u (m x m), s, vt (n x n)).
+    """Singular value decomposition A = U diag(s) V^T with all singular vectors.
 
-    Wraps ``FullSVD`` (shared workspace: large problems raise LinAlgError, info -12).
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        The matrix. Not modified.
+
+    Returns
+    -------
+    u : ndarray, (m, m)
+    s : ndarray, (min(m, n),)
+        Descending singular values.
+    vt : ndarray, (n, n)
+
+    Raises
+    ------
+    LinAlgError
+        A nonzero INFO of ``FullSVD``; -12 when the problem needs more than
+        the shared workspace.
+
+    Examples
+    --------
+    >>> kcm.full_svd([[3.0, 0.0], [0.0, -2.0], [0.0, 0.0]])[1]
+    array([3., 2.])
     """
     return _svd("FullSVD", a, True)
 
 
 def thin_svd(a):
-    """Thin SVD: returns (u (m x k), s, vt (k x n)), k = min(m, n). Wraps ``ThinSVD``."""
+    """Thin singular value decomposition, k = min(m, n) singular vectors.
+
+    Parameters
+    ----------
+    a : array_like, (m, n)
+        The matrix. Not modified.
+
+    Returns
+    -------
+    u : ndarray, (m, k)
+    s : ndarray, (k,)
+        Descending singular values.
+    vt : ndarray, (k, n)
+
+    Raises
+    ------
+    LinAlgError
+        A nonzero INFO of ``ThinSVD`` (the shared workspace included).
+
+    Examples
+    --------
+    >>> kcm.thin_svd([[3.0, 0.0], [0.0, -2.0], [0.0, 0.0]])[1]
+    array([3., 2.])
+    """
     return _svd("ThinSVD", a, False)

@@ -44,10 +44,34 @@ def bound_types(lower, upper, n):
 class LBFGSB:
     """One optimisation record (``LBFGSBStart`` ... ``LBFGSBEnd``), a context manager.
 
-    n: number of variables (taken from the bounds or x0 when omitted);
-    lower, upper: bounds (None or +-inf for none); m: correction pairs kept;
-    factr: stop when the relative reduction of f is below factr * eps;
-    pgtol: stop when the projected gradient is below pgtol.
+    Parameters
+    ----------
+    n : int, optional
+        Number of variables; taken from the bounds when omitted.
+    lower, upper : array_like, optional
+        Bounds; None or +-inf for none.
+    m : int
+        Correction pairs kept.
+    factr : float
+        Stop when the relative reduction of f is below factr * eps.
+    pgtol : float
+        Stop when the projected gradient is below pgtol.
+
+    Raises
+    ------
+    ValueError
+        Neither n nor bounds of length n; use after :meth:`close`.
+    OverflowError
+        n or m beyond 32 bits. Invalid settings (m = 0, lower > upper) come
+        back from the first :meth:`step` as the code ERROR (5).
+
+    Examples
+    --------
+    >>> with kcm.LBFGSB(lower=[1.5]) as opt:
+    ...     for x in opt.iterate([3.0]):
+    ...         opt.tell((x[0] - 1) ** 2, 2 * (x - 1))
+    >>> opt.x, opt.code
+    (array([1.5]), 3)
     """
 
     def __init__(self, n=None, lower=None, upper=None, m=5, factr=1e7, pgtol=1e-5):
@@ -147,7 +171,41 @@ class LBFGSB:
 
 
 def minimize(fun, x0, lower=None, upper=None, m=5, factr=1e7, pgtol=1e-5, max_iterations=1000):
-    """Minimise fun(x) -> (f, gradient) subject to bounds; returns an OptimizeResult."""
+    """Minimise fun(x) -> (f, gradient) subject to bounds, by L-BFGS-B.
+
+    Parameters
+    ----------
+    fun : callable
+        Returns the objective and its gradient at x.
+    x0 : array_like, (n,)
+        Starting point.
+    lower, upper : array_like, optional
+        Bounds; None or +-inf for none.
+    m : int
+        Correction pairs kept.
+    factr : float
+        Stop when the relative reduction of f is below factr * eps.
+    pgtol : float
+        Stop when the projected gradient is below pgtol.
+    max_iterations : int
+        Iterations at most.
+
+    Returns
+    -------
+    OptimizeResult
+        ``(x, f, g, code, success, iterations, evaluations)``; ``code`` is
+        the last step code (3 converged, 4 abnormal, 5 input error).
+
+    Raises
+    ------
+    OverflowError
+        n or m beyond 32 bits. Input errors come back as ``code = 5``.
+
+    Examples
+    --------
+    >>> kcm.minimize(lambda x: ((x[0] - 1) ** 2, 2 * (x - 1)), [3.0], lower=[1.5]).x
+    array([1.5])
+    """
     x0 = np.asarray(x0, dtype=np.float64).ravel()
     with LBFGSB(len(x0), lower, upper, m=m, factr=factr, pgtol=pgtol) as opt:
         for x in opt.iterate(x0, max_iterations=max_iterations):

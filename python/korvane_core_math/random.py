@@ -27,7 +27,26 @@ def _check(name, status):
 
 
 class RandomStream:
-    """A stream created by ``CreateRandomStream`` and deleted on close / exit."""
+    """A seeded MT19937 stream (``CreateRandomStream``), deleted on close or exit.
+
+    Parameters
+    ----------
+    seed : int
+        The seed, taken modulo 2^32. The same seed gives the same sequence.
+
+    Raises
+    ------
+    RandomStreamError
+        A nonzero Vector Statistics status of any call (``.status`` holds it).
+    ValueError
+        Use after :meth:`close`.
+
+    Examples
+    --------
+    >>> with kcm.RandomStream(42) as rs:
+    ...     rs.uniform(3)
+    array([0.6394268 , 0.11133108, 0.02501075])
+    """
 
     def __init__(self, seed):
         self.seed = int(seed) & 0xFFFFFFFF
@@ -41,7 +60,11 @@ class RandomStream:
         return self._handle
 
     def normal(self, n, mean=0.0, sigma=1.0):
-        """n normal variates (inverse-CDF method). Wraps ``GenerateRandomNormal``."""
+        """n normal variates N(mean, sigma^2), by the inverse CDF (one generator
+        output each). Wraps ``GenerateRandomNormal``.
+
+        Raises OverflowError for n beyond 32 bits, RandomStreamError for a
+        nonzero status (sigma <= 0, n < 0)."""
         n = int32(n, "n")
         r = np.empty(n)
         _check("GenerateRandomNormal", _fn("GenerateRandomNormal")(
@@ -49,7 +72,10 @@ class RandomStream:
         return r
 
     def uniform(self, n, a=0.0, b=1.0):
-        """n doubles in [a, b). Wraps ``GenerateRandomUniform``."""
+        """n doubles uniform on [a, b). Wraps ``GenerateRandomUniform``.
+
+        Raises OverflowError for n beyond 32 bits, RandomStreamError for a
+        nonzero status (a >= b, n < 0)."""
         n = int32(n, "n")
         r = np.empty(n)
         _check("GenerateRandomUniform", _fn("GenerateRandomUniform")(
@@ -57,7 +83,10 @@ class RandomStream:
         return r
 
     def integers(self, n, a, b):
-        """n integers with a <= x < b. Wraps ``RandomUniformInteger``."""
+        """n int32 integers uniform on a <= x < b. Wraps ``RandomUniformInteger``.
+
+        Raises OverflowError for n, a or b beyond 32 bits, RandomStreamError
+        for a nonzero status (a >= b, n < 0)."""
         n, a, b = int32(n, "n"), int32(a, "a"), int32(b, "b")
         r = np.empty(n, dtype=np.int32)
         _check("RandomUniformInteger", _fn("RandomUniformInteger")(
@@ -65,7 +94,12 @@ class RandomStream:
         return r
 
     def skip_ahead(self, nskip):
-        """Advance the stream by nskip variates. Wraps ``SkipAheadStream``."""
+        """Advance the stream by nskip variates (each variate is one generator
+        output, so chunk i of a parallel computation skips to i * chunk size
+        and the chunks draw disjoint substreams). Wraps ``SkipAheadStream``.
+
+        Raises OverflowError for nskip beyond 32 bits, RandomStreamError for
+        a nonzero status."""
         _check("SkipAheadStream", _fn("SkipAheadStream")(self._live(), int32(nskip, "nskip")))
 
     def close(self):
@@ -89,10 +123,32 @@ class RandomStream:
 
 
 def random_normal_variable(n, mean=0.0, sigma=1.0, seed=0):
-    """n normal variates from a fresh stream seeded with seed. Wraps ``RandomNormalVariable``.
+    """n normal variates from a fresh stream seeded with ``seed``.
 
-    The export ignores every status: invalid arguments leave the output as
-    numpy allocated it (this wrapper fills it with NaN first).
+    Parameters
+    ----------
+    n : int
+        How many (32-bit).
+    mean, sigma : float
+        The normal law.
+    seed : int
+        MT19937 seed (taken modulo 2^32).
+
+    Returns
+    -------
+    ndarray, (n,)
+        The variates: the first n of ``RandomStream(seed).normal``.
+
+    Raises
+    ------
+    OverflowError
+        n beyond 32 bits. The export itself reports nothing: invalid
+        arguments leave the output NaN (this wrapper fills it first).
+
+    Examples
+    --------
+    >>> kcm.random_normal_variable(3, seed=42)
+    array([0.35692709, -1.21947977, -1.95978002])
     """
     n = int32(n, "n")
     r = np.full(max(n, 0), np.nan)
@@ -104,9 +160,31 @@ def random_normal_variable(n, mean=0.0, sigma=1.0, seed=0):
 def random_normal_variables(n, count, mean=0.0, sigma=1.0, seed=0):
     """count blocks of n normal variates drawn consecutively from one fresh stream.
 
-    Returns an array of shape (count, n). The export finds each block's start
-    as the 32-bit product of its index and n, so n * count must fit 32 bits
-    too. Wraps ``RandomNormalVariables``.
+    Parameters
+    ----------
+    n : int
+        Variates per block.
+    count : int
+        Blocks; n * count must fit 32 bits (the export's block offsets).
+    mean, sigma : float
+        The normal law.
+    seed : int
+        MT19937 seed (taken modulo 2^32).
+
+    Returns
+    -------
+    ndarray, (count, n)
+        Row i is variates i*n .. (i+1)*n - 1 of the stream.
+
+    Raises
+    ------
+    OverflowError
+        n, count or n * count beyond 32 bits.
+
+    Examples
+    --------
+    >>> kcm.random_normal_variables(2, 2, seed=42)
+    array([[0.35692709, -1.21947977], [-1.95978002, 0.6481329]])
     """
     n, count = int32(n, "n"), int32(count, "count")
     if n > 0 and count > 0 and n * count > INT32_MAX:

@@ -1,133 +1,244 @@
-"""The binding itself: coverage of the header, the shim, the errno modes."""
-import ctypes
+"""The binding's own behaviour: the surface (names, docstrings, the tail flag),
+errno and exception reports, array calls, and the checks made before a call."""
 import inspect
-import os
+import re
+import threading
+import tracemalloc
 import warnings
 
 import numpy as np
 import pytest
+from numpy.testing import assert_allclose, assert_array_equal
 
 import korvane_core_math as kcm
 from korvane_core_math import _native
 
-from conftest import header_exports, needs
+from conftest import header_exports
 
 
-def test_every_header_export_has_a_wrapper_and_a_prototype():
+def test_every_export_has_a_wrapper_a_prototype_and_its_array_loop():
     names = header_exports()
-    assert len(names) == 91
-    assert set(names) == set(kcm.EXPORTS) == set(_native.PROTOTYPES)
+    assert len(names) == 91 and set(names) == set(kcm.EXPORTS) == set(_native.PROTOTYPES)
+    assert not kcm.missing_exports()
+    assert set(_native.loops) == set(_native.ARRAY_ARGUMENTS)
+    assert set(_native.ARRAY_ARGUMENTS) <= {getattr(f, "export", None) for f in kcm.EXPORTS.values()}
 
 
-def test_every_export_the_library_defines_is_bound():
-    for name in _native.PROTOTYPES:
-        try:
-            getattr(_native.lib, name)
-            present = True
-        except AttributeError:
-            present = False
-        assert kcm.available(name) == present, name
+@pytest.mark.parametrize("fn, names", [
+    (kcm.normal_cdf, "x loc scale upper"), (kcm.normal_icdf, "p loc scale upper"),
+    (kcm.gamma_cdf, "x shape scale upper"), (kcm.hypergeometric_cdf, "k M n N upper"),
+    (kcm.hypergeometric_icdf, "p M n N upper"), (kcm.studentized_range_icdf, "p k df upper"),
+    (kcm.mca_cdf, "q k df lambdas upper"), (kcm.dunnett_icdf, "p k df lambdas upper"),
+], ids=lambda v: getattr(v, "__name__", ""))
+def test_argument_names(fn, names):
+    assert list(inspect.signature(fn).parameters) == names.split()
 
 
-def test_missing_exports_raise_missing_export():
-    absent = kcm.missing_exports()
-    if not absent:
-        pytest.skip("the library defines every export")
-    with pytest.raises(kcm.MissingExport):
-        _native.export(absent[0])
+PUBLIC = sorted(n for n in dir(kcm) if not n.startswith("_") and inspect.isfunction(getattr(kcm, n))
+                and getattr(kcm, n).__module__.split(".")[-1] in
+                ("special", "distributions", "empirical", "multcomp", "_scalar"))
 
 
-def test_scalar_wrappers_take_keywords_and_broadcast():
-    sig = inspect.signature(kcm.normal_cdf)
-    assert list(sig.parameters) == ["x", "loc", "scale", "upper"]
-    assert kcm.normal_cdf(x=1.0, loc=1.0, scale=2.0) == 0.5
-    out = kcm.normal_cdf(np.array([[0.0], [1.0]]), loc=[0.0, 1.0])
-    assert out.shape == (2, 2)
-    assert out[0, 0] == 0.5 and out[1, 1] == 0.5
-    with pytest.raises(TypeError):
-        kcm.normal_cdf(0.0, upper=[True, False])
+@pytest.mark.parametrize("name", PUBLIC)
+def test_numpydoc_docstring_with_a_true_example(name):
+    fn = getattr(kcm, name)
+    doc = inspect.getdoc(fn)
+    sections = re.findall(r"^(\w[\w ]*)\n-+$", doc, re.M)
+    assert {"Parameters", "Returns", "Examples"} <= set(sections) and ({"Raises", "Warns"} & set(sections))
+    params = doc.split("Parameters\n----------\n")[1].split("\n\n")[0]
+    assert re.findall(r"^(\w+) :", params, re.M) == list(inspect.signature(fn).parameters)
+    example = re.search(r"^>>> (kcm\.\w+\(.*\))\n(.+)$", doc, re.M)
+    got = eval(example.group(1), {"kcm": kcm})
+    shown = eval(example.group(2), {"array": np.array, "int32": np.int32})
+    got, shown = (got, shown) if isinstance(got, tuple) else ([got], [shown])
+    assert len(got) == len(shown)
+    for g, s in zip(got, shown):
+        assert_allclose(g, s, rtol=1e-13, atol=0)
 
 
-def test_upper_flag_is_a_boolean():
-    assert kcm.normal_cdf(1.0, upper=True) == kcm.normal_cdf(-1.0)
-    assert kcm.normal_cdf(1.0, upper=1) == kcm.normal_cdf(1.0, upper=np.True_)
+def test_the_docstring_walk_finds_the_functions_and_help_shows_them(capsys):
+    assert len(PUBLIC) > 60 and "studentized_range_icdf" in PUBLIC
+    help(kcm.normal_cdf)
+    text = capsys.readouterr().out
+    assert "loc : array_like of float" in text and ">>> kcm.normal_cdf" in text
 
 
-class TestErrno:
-    def test_domain_warns_by_default(self):
-        with pytest.warns(kcm.DomainWarning, match="NormalPDF"):
-            assert np.isnan(kcm.normal_pdf(0.0, scale=-1.0))
-
-    def test_range_warns_on_an_infinite_result(self):
-        with pytest.warns(kcm.RangeWarning, match="NormalICDF"):
-            assert kcm.normal_icdf(0.0) == -np.inf
-
-    def test_raise_and_ignore_modes(self):
-        with kcm.errstate(domain="raise", range="raise"):
-            with pytest.raises(kcm.DomainError) as info:
-                kcm.normal_cdf(0.0, scale=0.0)
-            assert info.value.errno == 33
-            with pytest.raises(kcm.OverflowError_):
-                kcm.inverse_erf(1.0)
-        with kcm.errstate(domain="ignore", range="ignore"), warnings.catch_warnings():
-            warnings.simplefilter("error")
-            assert np.isnan(kcm.normal_pdf(0.0, scale=-1.0))
-            assert kcm.inverse_erfc(0.0) == np.inf
-        assert kcm.geterr() == {"domain": "warn", "range": "warn"}
-
-    def test_a_finite_value_after_a_failed_check_still_reports(self):
-        # The upper tail decides an infinite x before the parameter checks.
-        with pytest.warns(kcm.DomainWarning):
-            assert kcm.normal_cdf(np.inf, 0.0, -1.0, upper=True) == 0.0
-
-    def test_array_calls_report_once_with_a_count(self):
-        with pytest.warns(kcm.DomainWarning, match="in 2 elements"):
-            out = kcm.normal_pdf([0.0, 1.0, 2.0], scale=[1.0, -1.0, 0.0])
-        assert np.isfinite(out[0]) and np.isnan(out[1:]).all()
-
-    def test_errno_is_cleared_before_each_call(self):
-        with pytest.warns(kcm.DomainWarning):
-            kcm.normal_pdf(0.0, scale=-1.0)
-        with warnings.catch_warnings():
-            warnings.simplefilter("error")
-            kcm.normal_pdf(0.0)
+UPPER = [lambda u: kcm.normal_cdf(1.0, upper=u), lambda u: kcm.binomial_icdf(0.3, 10, 0.4, upper=u),
+         lambda u: kcm.fnc_hypergeometric_cdf(2, 10, 8, 30, 2.0, upper=u),
+         lambda u: kcm.kolmogorov_cdf(0.2, 30, upper=u), lambda u: kcm.dunnett_icdf(0.05, 3, 10.0, upper=u),
+         lambda u: kcm.student_t_cdf([1.0, 2.0], 5.0, upper=u)[0]]
 
 
-def _status(cxx_type, message=b"what", errno_value=0):
-    status = _native.CallStatus()
-    status.thrown, status.errno_value = 1, errno_value
-    status.type, status.message = cxx_type, message
-    return status
+@pytest.mark.parametrize("call", UPPER)
+def test_upper_takes_booleans_and_0_1_only(call):
+    lower, upper = call(False), call(True)
+    assert lower != upper
+    assert [call(v) for v in (0, np.False_, np.int64(0), 1, np.True_, np.int32(1))] == [lower] * 3 + [upper] * 3
+    for bad, error in [("no", TypeError), (None, TypeError), (1.0, TypeError), (2, ValueError), (-1, ValueError)]:
+        with pytest.raises(error, match="upper"):
+            call(bad)
+
+
+def test_errno_modes_warn_raise_or_ignore():
+    with pytest.warns(kcm.DomainWarning, match="NormalPDF"):
+        assert np.isnan(kcm.normal_pdf(0.0, scale=-1.0))
+    with kcm.errstate(domain="raise", range="raise"):
+        with pytest.raises(kcm.DomainError) as info:
+            kcm.normal_cdf(0.0, scale=0.0)
+        assert info.value.errno == 33
+        with pytest.raises(kcm.OverflowError_):
+            kcm.inverse_erf(1.0)
+    with kcm.errstate(domain="ignore", range="ignore"), warnings.catch_warnings():
+        warnings.simplefilter("error")
+        assert np.isnan(kcm.normal_pdf(0.0, scale=-1.0)) and kcm.inverse_erfc(0.0) == np.inf
+    assert kcm.geterr() == {"domain": "warn", "range": "warn"}
+    assert issubclass(kcm.DomainError, ValueError) and issubclass(kcm.LinAlgError, np.linalg.LinAlgError)
+    # errno is cleared before each call; a finite value after a failed check still reports.
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        kcm.normal_pdf(0.0)
+    with pytest.warns(kcm.DomainWarning):
+        assert kcm.normal_cdf(np.inf, 0.0, -1.0, upper=True) == 0.0
 
 
 @pytest.mark.parametrize("cxx, cls", [
-    ("std::domain_error", kcm.DomainError),
-    ("std::overflow_error", kcm.OverflowError_),
-    ("boost::math::evaluation_error", kcm.EvaluationError),
-    ("boost::math::rounding_error", kcm.RoundingError),
-    ("unknown", kcm.KcmError),
-])
+    ("std::domain_error", kcm.DomainError), ("std::overflow_error", kcm.OverflowError_),
+    ("boost::math::evaluation_error", kcm.EvaluationError), ("boost::math::rounding_error", kcm.RoundingError),
+    ("unknown", kcm.KcmError), ("std::bad_alloc", MemoryError)])
 def test_each_exception_type_is_reraised_as_its_class(cxx, cls):
+    status = _native.CallStatus()
+    status.thrown, status.type, status.message = 1, cxx.encode(), b"what"
     with pytest.raises(cls) as info:
-        kcm.errors.raise_thrown(_status(cxx.encode()), "Export")
-    assert info.value.cxx_type == cxx
-    assert str(info.value) == "Export: what"
+        kcm.errors.raise_thrown(status, "Export")
+    if cls is not MemoryError:
+        assert info.value.cxx_type == cxx and str(info.value) == "Export: what"
 
 
-def test_bad_alloc_becomes_memory_error():
-    with pytest.raises(MemoryError):
-        kcm.errors.raise_thrown(_status(b"std::bad_alloc"), "Export")
+# ---- Arrays: one loop per array, bit for bit the scalar calls ----------------------
+P = np.array([1e-12, 0.025, 0.3, 0.5, 0.975, 1 - 1e-9])
+POS = np.array([1e-3, 0.5, 1.0, 2.5, 10.0, 150.0])
+SAMPLES = [
+    (kcm.normal_cdf, dict(x=[-7.5, 0.0, 1.5, 40.0], loc=0.5, scale=[[1.0], [2.0]], upper=True)),
+    (kcm.gamma_regularized_c, dict(a=POS[:, None], x=POS)),
+    (kcm.beta_regularized, dict(a=2.5, b=POS, x=[[0.0], [0.2], [1.0]])),
+    (kcm.student_t_icdf, dict(p=P, df=[[1.0], [3.5], [1e6]], upper=True)),
+    (kcm.binomial_icdf, dict(p=P, n=50, prob=0.4, round_up=False)),
+    (kcm.fnc_hypergeometric_cdf, dict(x=np.arange(5), n=4, m=[[3], [6]], N=10, odds=2.5)),
+    (kcm.kolmogorov_icdf, dict(p=[0.1, 0.5, 0.95], n=25)),
+    (kcm.mcc_icdf, dict(p=[0.05, 0.3], k=3, df=[[15.0], [40.0]], lambdas=[0.7, 0.6, 0.65], upper=True)),
+]
 
 
-def test_an_exception_through_the_layer_reaches_python_with_its_message():
-    with pytest.raises(kcm.DomainError, match="log1p\\(x\\) requires x > -1"):
-        kcm.log_xplus1(-1.5)
-    with pytest.raises(kcm.OverflowError_):
-        kcm.log_xplus1(-1.0)
+def scalar_calls(fn, kwargs):
+    names = [k for k, v in kwargs.items() if np.ndim(v) > 0 and k != "lambdas"]
+    arrays = np.broadcast_arrays(*[np.asarray(kwargs[k]) for k in names])
+    out = np.empty(arrays[0].shape)
+    for index in np.ndindex(out.shape):
+        out[index] = fn(**{**kwargs, **{k: a[index].item() for k, a in zip(names, arrays)}})
+    return out
 
 
-def test_python_exceptions_fit_the_builtin_hierarchy():
-    assert issubclass(kcm.DomainError, ValueError)
-    assert issubclass(kcm.OverflowError_, OverflowError)
-    assert issubclass(kcm.LinAlgError, np.linalg.LinAlgError)
-    assert issubclass(kcm.DomainWarning, RuntimeWarning)
+@pytest.mark.parametrize("fn, kwargs", SAMPLES, ids=[s[0].__name__ for s in SAMPLES])
+def test_an_array_call_gives_the_scalar_calls_bit_for_bit(fn, kwargs):
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")
+        out, want = fn(**kwargs), scalar_calls(fn, kwargs)
+    assert out.shape == want.shape and np.array_equal(out.view(np.int64), want.view(np.int64))
+
+
+def test_any_layout_of_the_arguments_reads_the_right_elements():
+    grid = np.linspace(0.01, 0.99, 12).reshape(3, 4)
+    for p, df in [(grid.T, 4.0), (grid.ravel()[::-2], np.arange(1.0, 7.0)), (grid[:, :1], [1.0, 2.0, 5.0]),
+                  (grid.astype(np.float32), 3.0), (grid.tolist(), [[2.0], [3.0], [4.0]])]:
+        assert_array_equal(kcm.student_t_icdf(p, df), scalar_calls(kcm.student_t_icdf, dict(p=p, df=df)))
+    assert kcm.normal_cdf(np.empty((0, 3))).shape == (0, 3)
+
+
+@pytest.mark.parametrize("call, key, cls, failing", [
+    (lambda: kcm.gamma_ln([0.0, 2.0, -1.0, 4.0]), "domain", kcm.DomainError, [0, 2]),
+    (lambda: kcm.log_xplus1([0.5, -1.0]), "range", kcm.OverflowError_, [1]),
+    (lambda: kcm.binomial_cdf(3.0, 10.0, [0.5, 1.5]), "domain", kcm.DomainError, [1]),
+    (lambda: kcm.normal_pdf([0.0, 1.0], scale=[-1.0, 1.0]), "domain", kcm.DomainError, [0]),
+    (lambda: kcm.normal_icdf([0.5, 0.0]), "range", kcm.OverflowError_, [1]),
+    (lambda: kcm.mca_cdf([2.0, 3.0], 3, [10.0, -1.0]), "domain", kcm.DomainError, [1]),
+])
+def test_failed_elements_are_nan_with_one_report_and_the_others_kept(call, key, cls, failing):
+    with warnings.catch_warnings(record=True) as caught:
+        warnings.simplefilter("always")
+        out = call()
+    assert [type(w.message) for w in caught] == [kcm.DomainWarning if key == "domain" else kcm.RangeWarning]
+    assert f"in {len(failing)} element" in str(caught[0].message)
+    assert np.isfinite(np.delete(out, failing)).all() and not np.isfinite(out[failing]).any()
+    with kcm.errstate(**{key: "raise"}), pytest.raises(cls, match=f"in {len(failing)} element"):
+        call()
+
+
+BIG = 2 ** 31
+
+
+@pytest.mark.parametrize("call, name", [
+    (lambda: kcm.RandomStream(1).normal(BIG), "n"), (lambda: kcm.RandomStream(1).integers(4, 0, BIG), "b"),
+    (lambda: kcm.RandomStream(1).skip_ahead(BIG), "nskip"), (lambda: kcm.random_normal_variables(BIG, 1), "n"),
+    (lambda: kcm.random_normal_variables(1, -BIG - 1), "count"),
+    (lambda: kcm.random_normal_variables(2 ** 16, 2 ** 15), r"n \* count"),
+    (lambda: kcm.mcb_icdf([0.1, 0.2], k=BIG, df=10.0), "k"),
+    (lambda: kcm.fnc_hypergeometric_cdf([1, 2], 4, 3, [10, BIG], 1.0), "N"),
+    (lambda: kcm.binomial_icdf(0.5, 10, 0.5, round_up=BIG), "round_up"), (lambda: kcm.LBFGSB(n=2, m=BIG), "m"),
+])
+def test_sizes_beyond_32_bits_raise_before_any_allocation(call, name):
+    tracemalloc.start()
+    try:
+        with pytest.raises(OverflowError, match=f"^{name} "):
+            call()
+        assert tracemalloc.get_traced_memory()[1] < 1 << 20
+    finally:
+        tracemalloc.stop()
+
+
+def qr(m, n):
+    return kcm.qr(np.random.default_rng(3).standard_normal((m, n)))
+
+
+@pytest.mark.parametrize("call, name", [
+    (lambda: kcm.qr_q(qr(5, 3)[0], qr(5, 3)[1][:1]), "tau"), (lambda: kcm.qr_q(qr(5, 3)[0], np.zeros(4)), "tau"),
+    (lambda: kcm.qr_q(*qr(3, 5)), "qr"), (lambda: kcm.qr_qy(*qr(5, 3), np.ones(4)), "c"),
+    (lambda: kcm.cholesky_solve(np.eye(3), np.ones(5)), "b"),
+    (lambda: kcm.solve_triangular_system(np.eye(3), np.ones((2, 2))), "b"),
+    (lambda: kcm.ls(np.ones((4, 2)), np.ones(3)), "b"),
+    (lambda: kcm.fnc_hypergeometric_cdf([1, 2.5], 4, 3, 10, 1.0), "x must hold integers"),
+])
+def test_shapes_and_kinds_are_checked_against_what_the_export_reads(call, name):
+    with pytest.raises(ValueError, match=f"^{name}"):
+        call()
+
+
+@pytest.mark.parametrize("fn, bad, message", [
+    (lambda p: kcm.kolmogorov_icdf(p, 10), [np.nan], "p is NaN"),
+    (lambda p: kcm.fnc_hypergeometric_icdf(p, 4, 3, 10, 2.0), [np.nan, 2.0, -1e-300], "p is NaN"),
+    *[(lambda lam: kcm.mca_cdf([2.0], 3, 10.0, lambdas=lam), [lam], "lambdas outside")
+      for lam in ([-1.0] * 3, [0.5, 1.0, 0.5], [0.5, np.nan, 0.5])],
+])
+def test_arguments_without_an_answer_give_nan_and_a_domain_report(fn, bad, message):
+    for v in bad:
+        with pytest.warns(kcm.DomainWarning, match=message):
+            assert np.isnan(fn(v)).all()
+        with kcm.errstate(domain="raise"), pytest.raises(kcm.DomainError):
+            fn(v)
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")  # only the first k lambdas are read
+        assert kcm.mca_cdf(2.0, 3, 10.0, lambdas=[0.7, 0.6, 0.65, 7.0]) == kcm.mca_cdf(2.0, 3, 10.0, [0.7, 0.6, 0.65])
+
+
+def test_concurrent_array_calls_give_the_serial_results():
+    p = np.linspace(1e-6, 1 - 1e-6, 200_001)
+    jobs = [lambda: kcm.student_t_icdf(p, 7.0), lambda: kcm.normal_cdf(p * 10 - 5),
+            lambda: kcm.beta_cdf(p, 2.0, 3.0, upper=True)]
+    serial = [job() for job in jobs]
+    results = [None] * 8
+    threads = [threading.Thread(target=lambda i=i: results.__setitem__(i, jobs[i % 3]())) for i in range(8)]
+    for t in threads:
+        t.start()
+    for t in threads:
+        t.join()
+    for i, out in enumerate(results):
+        assert_array_equal(out, serial[i % 3])

@@ -26,12 +26,17 @@ fi
 #   puts beside the library;
 # - mono-mcs and mono-runtime: the managed host of the host tests;
 # - llvm-14: llvm-symbolizer, without which the sanitizers print bare
-#   addresses and their suppressions, which name functions, match nothing.
+#   addresses and their suppressions, which name functions, match nothing;
+# - python3-pip, python3-venv, python3-setuptools, python3-wheel: `pip install .`
+#   of the Python binding, offline, into a throw-away environment;
+# - python3-dask, python3-distributed: the binding's arrays on a local cluster.
 packages="build-essential cmake pkg-config ninja-build git
   libboost-dev libmkl-dev liblbfgsb-dev libgfortran5 liblapack3 libblas3
   libgtest-dev libgmock-dev libbenchmark-dev
   r-mathlib
   python3 python3-numpy python3-scipy python3-pytest
+  python3-pip python3-venv python3-setuptools python3-wheel
+  python3-dask python3-distributed
   mono-mcs mono-runtime
   clang libclang-rt-14-dev llvm-14 valgrind binutils"
 

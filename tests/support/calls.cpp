@@ -1,12 +1,16 @@
 #include "support/calls.hpp"
 
+#include <cerrno>
 #include <cmath>
+#include <cstdlib>
+#include <sstream>
 #include <cstdint>
 #include <cstring>
 
 #include <gtest/gtest.h>
 
 #include "korvane/core_math.h"
+#include "support/reference_table.hpp"
 
 namespace kcm::test {
 namespace {
@@ -58,6 +62,29 @@ void expect_every_nonzero_tail_byte_is_upper(const std::string& name, const std:
         const double v = call(name, numbers, tail);
         EXPECT_TRUE(std::memcmp(&v, &upper, sizeof v) == 0) << name << " tail byte " << tail;
     }
+}
+
+void expect_contract_rows(const std::string& program)
+{
+    constexpr int kSentinel = 12345;
+    const ReferenceTable table("contract.csv");
+    int checked = 0;
+    for (const auto& row : table.rows()) {
+        if (row.str("program") != program) continue;
+        SCOPED_TRACE(row.where());
+        std::vector<double> numbers;
+        std::istringstream in(row.str("args"));
+        for (std::string word; in >> word;) numbers.push_back(std::strtod(word.c_str(), nullptr));
+        errno = kSentinel;
+        const double v = call(row.str("function"), numbers, row.num("upper"));
+        const int err = errno;
+        const double expected = row.num("expected");
+        EXPECT_TRUE(v == expected || (std::isnan(v) && std::isnan(expected))) << v;
+        const std::string& want = row.str("errno");
+        EXPECT_EQ(err, want == "keep" ? kSentinel : want == "EDOM" ? EDOM : ERANGE);
+        ++checked;
+    }
+    EXPECT_GT(checked, 0) << "no contract rows for " << program;
 }
 
 std::string error_report(const std::string& name)

@@ -16,6 +16,11 @@ double call(const std::string& name, const std::vector<double>& numbers, double 
 // call with 2, 128 and 255 gives the bits of the call with 1.
 void expect_every_nonzero_tail_byte_is_upper(const std::string& name, const std::vector<double>& numbers);
 
+// Every row of tests/data/contract.csv for the test program `program`: the
+// call gives the row's value (NaN for NaN) and leaves the row's errno (or, for
+// "keep", errno as it was).
+void expect_contract_rows(const std::string& program);
+
 // How the export reports errors, as the export table says ("errno",
 // "throws", ...); empty for a name that is not a scalar export.
 std::string error_report(const std::string& name);

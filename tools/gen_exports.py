@@ -212,6 +212,21 @@ def fuzz_entries(exports):
     return "\n".join(lines) + "\n"
 
 
+def test_calls(exports):
+    """The tests' calls by name: every scalar export, its arguments from an
+    array of doubles (counts and tail flags converted as a C caller would)."""
+    cast = {"double": "", "i32": "(int32_t)", "u32": "(uint32_t)", "flag": "(unsigned char)"}
+    letter = {"double": "d", "i32": "i", "u32": "i", "flag": "f"}
+    lines = ["// Generated from src/exports.table: the scalar exports called by name.",
+             "const ScalarCall kScalarCalls[] = {"]
+    for e in filter(is_scalar, exports):
+        call = ", ".join(f"{cast[a.kind]}a[{i}]" for i, a in enumerate(e.args))
+        kinds = "".join(letter[a.kind] for a in e.args)
+        lines.append(f'{{"{e.name}", "{e.errors}", "{kinds}", [](const double* a) {{ return {e.name}({call}); }}}},')
+    lines.append("};")
+    return "\n".join(lines) + "\n"
+
+
 def guarded_in_nothrow_layer(e):
     """The non-throwing layer has a function for every export that reports
     through errno or an exception: the scalar families (every export that may
@@ -479,6 +494,7 @@ def main(argv):
         write_if_changed(os.path.join(out, "kcm_commands.inc"), kcm_commands(exports))
         write_if_changed(os.path.join(out, "kcm_runners.inc"), kcm_runners(exports))
         write_if_changed(os.path.join(out, "fuzz_scalar_entries.inc"), fuzz_entries(exports))
+        write_if_changed(os.path.join(out, "test_scalar_calls.inc"), test_calls(exports))
         write_if_changed(os.path.join(out, "python", "_exports.py"), python_prototypes(exports))
         write_if_changed(os.path.join(out, "dotnet", "KorvaneCoreMath.cs"), dotnet(exports))
         write_if_changed(os.path.join(out, "korvane", "core_math_nothrow.h"), nothrow_header(exports))

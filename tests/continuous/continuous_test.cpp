@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "korvane/core_math.h"
+#include "support/calls.hpp"
 #include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
@@ -27,29 +28,7 @@ constexpr double kInf = std::numeric_limits<double>::infinity();
 
 double evaluate(const ReferenceTable::Row& row)
 {
-    const std::string& fn = row.str("function");
-    const double a = row.num("a"), b = row.num("b"), c = row.num("c");
-    const auto upper = static_cast<unsigned char>(row.num("upper"));
-    if (fn == "StudentTPDF") return StudentTPDF(a, b);
-    if (fn == "StudentTCDF") return StudentTCDF(a, b, upper);
-    if (fn == "StudentTICDF") return StudentTICDF(a, b, upper);
-    if (fn == "ChiSquaredPDF") return ChiSquaredPDF(a, b);
-    if (fn == "ChiSquaredCDF") return ChiSquaredCDF(a, b, upper);
-    if (fn == "ChiSquaredICDF") return ChiSquaredICDF(a, b, upper);
-    if (fn == "FisherFPDF") return FisherFPDF(a, b, c);
-    if (fn == "FisherFCDF") return FisherFCDF(a, b, c, upper);
-    if (fn == "FisherFICDF") return FisherFICDF(a, b, c, upper);
-    if (fn == "GammaPDF") return GammaPDF(a, b, c);
-    if (fn == "GammaCDF") return GammaCDF(a, b, c, upper);
-    if (fn == "GammaICDF") return GammaICDF(a, b, c, upper);
-    if (fn == "BetaPDF") return BetaPDF(a, b, c);
-    if (fn == "BetaCDF") return BetaCDF(a, b, c, upper);
-    if (fn == "BetaICDF") return BetaICDF(a, b, c, upper);
-    if (fn == "NoncentralTPDF") return NoncentralTPDF(a, b, c);
-    if (fn == "NoncentralTCDF") return NoncentralTCDF(a, b, c, upper);
-    if (fn == "NoncentralTICDF") return NoncentralTICDF(a, b, c, upper);
-    ADD_FAILURE() << "unknown function " << fn;
-    return kNaN;
+    return call(row.str("function"), {row.num("a"), row.num("b"), row.num("c")}, row.num("upper"));
 }
 
 // ---- R 4.2 reference table (tests/gen/continuous.R) ---------------------------
@@ -101,6 +80,7 @@ TEST(ContinuousReference, AgreesWithR)
         const std::string& fn = row.str("function");
         errno = 0;
         const double v = evaluate(row);
+        if (row.num("upper") == 1) expect_every_nonzero_tail_byte_is_upper(row.str("function"), {row.num("a"), row.num("b"), row.num("c")});
         if (kKnownInverseFailures.count(key(row))) {
             std::printf("known Boost inverse failure: %s gives %.17g (errno %d)\n",
                         row.where().c_str(), v, errno);
@@ -344,25 +324,6 @@ TEST(ContinuousIdentities, FamiliesAgreeWithTheirIncompleteFunctions)
         }
 }
 
-TEST(ContinuousIdentities, AnyNonzeroTailByteIsTheUpperTail)
-{
-    for (unsigned char tail : {1, 2, 128, 255}) {
-        SCOPED_TRACE(int(tail));
-        EXPECT_EQ(StudentTCDF(0.7, 4, tail), StudentTCDF(0.7, 4, 1));
-        EXPECT_EQ(StudentTICDF(0.2, 4, tail), StudentTICDF(0.2, 4, 1));
-        EXPECT_EQ(ChiSquaredCDF(0.7, 4, tail), ChiSquaredCDF(0.7, 4, 1));
-        EXPECT_EQ(ChiSquaredICDF(0.2, 4, tail), ChiSquaredICDF(0.2, 4, 1));
-        EXPECT_EQ(FisherFCDF(0.7, 4, 5, tail), FisherFCDF(0.7, 4, 5, 1));
-        EXPECT_EQ(FisherFICDF(0.2, 4, 5, tail), FisherFICDF(0.2, 4, 5, 1));
-        EXPECT_EQ(GammaCDF(0.7, 4, 2, tail), GammaCDF(0.7, 4, 2, 1));
-        EXPECT_EQ(GammaICDF(0.2, 4, 2, tail), GammaICDF(0.2, 4, 2, 1));
-        EXPECT_EQ(BetaCDF(0.7, 4, 2, tail), BetaCDF(0.7, 4, 2, 1));
-        EXPECT_EQ(BetaICDF(0.2, 4, 2, tail), BetaICDF(0.2, 4, 2, 1));
-        EXPECT_EQ(NoncentralTCDF(0.7, 4, 1, tail), NoncentralTCDF(0.7, 4, 1, 1));
-        EXPECT_EQ(NoncentralTICDF(0.2, 4, 1, tail), NoncentralTICDF(0.2, 4, 1, 1));
-    }
-}
-
 // ---- Error contract --------------------------------------------------------------
 
 
@@ -370,198 +331,9 @@ TEST(ContinuousIdentities, AnyNonzeroTailByteIsTheUpperTail)
 
 TEST(ContinuousContract, BadInputGetsTheDefinedAnswer)
 {
-    const double ln2 = 0.6931471805599453;
-    const ContractRow rows[] = {
-        // Student t: df checked first; Boost's infinite-df normal limit refused.
-        ROW(StudentTPDF(0, 0), kNaN, EDOM),
-        ROW(StudentTPDF(0, -1), kNaN, EDOM),
-        ROW(StudentTPDF(0, kInf), kNaN, EDOM),
-        ROW(StudentTPDF(0, kNaN), kNaN, EDOM),
-        ROW(StudentTPDF(kNaN, 3), kNaN, EDOM),
-        ROW(StudentTPDF(kInf, 3), 0.0, kKeep),
-        ROW(StudentTPDF(1, 1e-310), 0.0, ERANGE),  // B(df/2, 1/2) overflows
-        ROW(StudentTCDF(1, 0, 0), kNaN, EDOM),
-        ROW(StudentTCDF(1, kInf, 0), kNaN, EDOM),
-        ROW(StudentTCDF(1, kInf, 1), kNaN, EDOM),
-        ROW(StudentTCDF(kNaN, 3, 0), kNaN, EDOM),
-        ROW(StudentTCDF(kNaN, 3, 1), kNaN, EDOM),
-        ROW(StudentTCDF(kInf, 3, 0), 1.0, kKeep),
-        ROW(StudentTCDF(kInf, 3, 1), 0.0, kKeep),
-        ROW(StudentTCDF(-kInf, 3, 1), 1.0, kKeep),
-        ROW(StudentTCDF(0, 3, 0), 0.5, kKeep),
-        ROW(StudentTCDF(0, 3, 1), 0.5, kKeep),
-        ROW(StudentTICDF(0.5, 0, 0), kNaN, EDOM),
-        ROW(StudentTICDF(0.5, kInf, 1), kNaN, EDOM),
-        ROW(StudentTICDF(-0.1, 3, 0), kNaN, EDOM),
-        ROW(StudentTICDF(1.1, 3, 1), kNaN, EDOM),
-        ROW(StudentTICDF(kNaN, 3, 0), kNaN, EDOM),
-        ROW(StudentTICDF(0, 3, 0), -kInf, ERANGE),
-        ROW(StudentTICDF(1, 3, 0), kInf, ERANGE),
-        ROW(StudentTICDF(0, 3, 1), kInf, ERANGE),
-        ROW(StudentTICDF(1, 3, 1), -kInf, ERANGE),
-        ROW(StudentTICDF(0.5, 3, 0), 0.0, kKeep),
-        // Chi-squared: x = +inf refused on purpose; the density at 0 by df.
-        ROW(ChiSquaredPDF(1, 0), kNaN, EDOM),
-        ROW(ChiSquaredPDF(1, kInf), kNaN, EDOM),
-        ROW(ChiSquaredPDF(-1, 3), kNaN, EDOM),
-        ROW(ChiSquaredPDF(kInf, 3), kNaN, EDOM),
-        ROW(ChiSquaredPDF(kNaN, 3), kNaN, EDOM),
-        ROW(ChiSquaredPDF(0, 1), kInf, ERANGE),
-        ROW(ChiSquaredPDF(0, 0.5), kInf, ERANGE),
-        ROW(ChiSquaredPDF(0, 2), 0.5, kKeep),
-        ROW(ChiSquaredPDF(0, 3), 0.0, kKeep),
-        ROW(ChiSquaredPDF(0, 0), kNaN, EDOM),
-        ROW(ChiSquaredCDF(kInf, 3, 0), kNaN, EDOM),
-        ROW(ChiSquaredCDF(kInf, 3, 1), kNaN, EDOM),
-        ROW(ChiSquaredCDF(-1, 3, 0), kNaN, EDOM),
-        ROW(ChiSquaredCDF(kNaN, 3, 1), kNaN, EDOM),
-        ROW(ChiSquaredCDF(1, -2, 0), kNaN, EDOM),
-        ROW(ChiSquaredCDF(1, kNaN, 1), kNaN, EDOM),
-        ROW(ChiSquaredCDF(0, 3, 0), 0.0, kKeep),
-        ROW(ChiSquaredCDF(0, 3, 1), 1.0, kKeep),
-        ROW(ChiSquaredICDF(0.5, 2, 0), 2 * ln2, kKeep),
-        ROW(ChiSquaredICDF(1.5, 2, 0), kNaN, EDOM),
-        ROW(ChiSquaredICDF(-0.5, 2, 1), kNaN, EDOM),
-        ROW(ChiSquaredICDF(kNaN, 2, 0), kNaN, EDOM),
-        ROW(ChiSquaredICDF(0.5, 0, 0), kNaN, EDOM),
-        ROW(ChiSquaredICDF(0.5, kInf, 1), kNaN, EDOM),
-        ROW(ChiSquaredICDF(1, 2, 0), kInf, ERANGE),
-        ROW(ChiSquaredICDF(0, 2, 1), kInf, ERANGE),
-        ROW(ChiSquaredICDF(0, 2, 0), 0.0, kKeep),
-        ROW(ChiSquaredICDF(1, 2, 1), 0.0, kKeep),
-        // F: both degrees of freedom refused, df2 = 0 included (the incomplete
-        // beta function would take it as a limit); x = +inf refused.
-        ROW(FisherFPDF(1, 0, 5), kNaN, EDOM),
-        ROW(FisherFPDF(1, 5, 0), kNaN, EDOM),
-        ROW(FisherFPDF(1, 5, kInf), kNaN, EDOM),
-        ROW(FisherFPDF(-1, 3, 5), kNaN, EDOM),
-        ROW(FisherFPDF(kInf, 3, 5), kNaN, EDOM),
-        ROW(FisherFPDF(kNaN, 3, 5), kNaN, EDOM),
-        ROW(FisherFPDF(0, 1, 5), kInf, ERANGE),
-        ROW(FisherFPDF(0, 2, 5), 1.0, kKeep),
-        ROW(FisherFPDF(0, 3, 5), 0.0, kKeep),
-        ROW(FisherFCDF(kInf, 3, 4, 0), kNaN, EDOM),
-        ROW(FisherFCDF(kInf, 3, 4, 1), kNaN, EDOM),
-        ROW(FisherFCDF(-1, 3, 4, 0), kNaN, EDOM),
-        ROW(FisherFCDF(kNaN, 3, 4, 0), kNaN, EDOM),
-        ROW(FisherFCDF(1, 0, 4, 0), kNaN, EDOM),
-        ROW(FisherFCDF(1, 0, 0, 0), kNaN, EDOM),
-        ROW(FisherFCDF(1, 3, 0, 0), kNaN, EDOM),
-        ROW(FisherFCDF(1, 3, 0, 1), kNaN, EDOM),
-        ROW(FisherFCDF(1, 3, kInf, 0), kNaN, EDOM),
-        ROW(FisherFCDF(1, kInf, 4, 1), kNaN, EDOM),
-        ROW(FisherFCDF(0, 3, 4, 0), 0.0, kKeep),
-        ROW(FisherFCDF(0, 3, 4, 1), 1.0, kKeep),
-        ROW(FisherFICDF(1, 3, 4, 0), kInf, kKeep),
-        ROW(FisherFICDF(0, 3, 4, 0), 0.0, kKeep),
-        ROW(FisherFICDF(0, 3, 4, 1), kInf, kKeep),
-        ROW(FisherFICDF(1, 3, 4, 1), 0.0, kKeep),
-        ROW(FisherFICDF(1.5, 3, 4, 0), kNaN, EDOM),
-        ROW(FisherFICDF(-0.5, 3, 4, 1), kNaN, EDOM),
-        ROW(FisherFICDF(kNaN, 3, 4, 0), kNaN, EDOM),
-        ROW(FisherFICDF(kNaN, 3, 4, 1), kNaN, EDOM),
-        ROW(FisherFICDF(0.5, 0, 4, 0), kNaN, EDOM),
-        ROW(FisherFICDF(0.5, 3, 0, 1), kNaN, EDOM),
-        ROW(FisherFICDF(0.5, 3, kInf, 0), kNaN, EDOM),
-        ROW(FisherFICDF(0.5, 5e-324, 4, 0), kNaN, EDOM),
-        // Gamma: the density is 0 at x = 0 for every shape, on purpose.
-        ROW(GammaPDF(0, 0.5, 1), 0.0, kKeep),
-        ROW(GammaPDF(0, 1, 1), 0.0, kKeep),
-        ROW(GammaPDF(0, 3, 1), 0.0, kKeep),
-        ROW(GammaPDF(1, 0, 1), kNaN, EDOM),
-        ROW(GammaPDF(1, 2, 0), kNaN, EDOM),
-        ROW(GammaPDF(1, kInf, 1), kNaN, EDOM),
-        ROW(GammaPDF(1, 2, kNaN), kNaN, EDOM),
-        ROW(GammaPDF(-1, 2, 1), kNaN, EDOM),
-        ROW(GammaPDF(kInf, 2, 1), kNaN, EDOM),
-        ROW(GammaPDF(kNaN, 2, 1), kNaN, EDOM),
-        ROW(GammaCDF(kInf, 2, 1, 0), kNaN, EDOM),
-        ROW(GammaCDF(kInf, 2, 1, 1), kNaN, EDOM),
-        ROW(GammaCDF(-1, 2, 1, 0), kNaN, EDOM),
-        ROW(GammaCDF(kNaN, 2, 1, 1), kNaN, EDOM),
-        ROW(GammaCDF(1, 0, 1, 0), kNaN, EDOM),
-        ROW(GammaCDF(1, 2, -1, 1), kNaN, EDOM),
-        ROW(GammaCDF(0, 2, 1, 0), 0.0, kKeep),
-        ROW(GammaCDF(0, 2, 1, 1), 1.0, kKeep),
-        ROW(GammaICDF(1, 2, 3, 0), kInf, ERANGE),
-        ROW(GammaICDF(0, 2, 3, 1), kInf, ERANGE),
-        ROW(GammaICDF(0, 2, 3, 0), 0.0, kKeep),
-        ROW(GammaICDF(1, 2, 3, 1), 0.0, kKeep),
-        ROW(GammaICDF(-0.1, 2, 3, 0), kNaN, EDOM),
-        ROW(GammaICDF(1.1, 2, 3, 1), kNaN, EDOM),
-        ROW(GammaICDF(kNaN, 2, 3, 0), kNaN, EDOM),
-        ROW(GammaICDF(kInf, 2, 3, 1), kNaN, EDOM),
-        ROW(GammaICDF(0.5, 0, 3, 0), kNaN, EDOM),
-        ROW(GammaICDF(0.5, 2, 0, 1), kNaN, EDOM),
-        // Beta: the ends of the support and of [0, 1] are settled by the export.
-        ROW(BetaPDF(0.5, 0, 1), kNaN, EDOM),
-        ROW(BetaPDF(0.5, 1, 0), kNaN, EDOM),
-        ROW(BetaPDF(0.5, kInf, 1), kNaN, EDOM),
-        ROW(BetaPDF(-0.1, 2, 3), kNaN, EDOM),
-        ROW(BetaPDF(1.1, 2, 3), kNaN, EDOM),
-        ROW(BetaPDF(kNaN, 2, 3), kNaN, EDOM),
-        ROW(BetaPDF(0, 0.5, 3), kInf, ERANGE),
-        ROW(BetaPDF(1, 3, 0.5), kInf, ERANGE),
-        ROW(BetaPDF(0, 2, 3), 0.0, kKeep),
-        ROW(BetaPDF(0.5, 1, 1), 1.0, kKeep),
-        ROW(BetaCDF(0, 2, 3, 1), 1.0, kKeep),
-        ROW(BetaCDF(1, 2, 3, 1), 0.0, kKeep),
-        ROW(BetaCDF(0, 2, 3, 0), 0.0, kKeep),
-        ROW(BetaCDF(1, 2, 3, 0), 1.0, kKeep),
-        ROW(BetaCDF(1.5, 2, 3, 0), kNaN, EDOM),
-        ROW(BetaCDF(-0.5, 2, 3, 1), kNaN, EDOM),
-        ROW(BetaCDF(kNaN, 2, 3, 0), kNaN, EDOM),
-        ROW(BetaCDF(kNaN, 2, 3, 1), kNaN, EDOM),
-        ROW(BetaCDF(0.5, 0, 3, 0), kNaN, EDOM),
-        ROW(BetaCDF(0.5, 2, kNaN, 1), kNaN, EDOM),
-        ROW(BetaICDF(0.5, 1, 1, 0), 0.5, kKeep),
-        ROW(BetaICDF(0.5, 1, 1, 1), 0.5, kKeep),
-        ROW(BetaICDF(0, 2, 3, 1), 1.0, kKeep),
-        ROW(BetaICDF(1, 2, 3, 1), 0.0, kKeep),
-        ROW(BetaICDF(0, 2, 3, 0), 0.0, kKeep),
-        ROW(BetaICDF(1, 2, 3, 0), 1.0, kKeep),
-        ROW(BetaICDF(1.5, 2, 3, 0), kNaN, EDOM),
-        ROW(BetaICDF(kNaN, 2, 3, 1), kNaN, EDOM),
-        ROW(BetaICDF(kInf, 2, 3, 0), kNaN, EDOM),
-        ROW(BetaICDF(0.5, 0, 3, 0), kNaN, EDOM),
-        ROW(BetaICDF(0.5, 2, -3, 1), kNaN, EDOM),
-        // Noncentral t: df, then delta; x = +-inf refused on purpose.
-        ROW(NoncentralTPDF(0, 0, 1), kNaN, EDOM),
-        ROW(NoncentralTPDF(0, 5, kInf), kNaN, EDOM),
-        ROW(NoncentralTPDF(0, kInf, 1), kNaN, EDOM),
-        ROW(NoncentralTPDF(0, 5, kNaN), kNaN, EDOM),
-        ROW(NoncentralTPDF(kNaN, 5, 1), kNaN, EDOM),
-        ROW(NoncentralTCDF(kInf, 5, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTCDF(-kInf, 5, 1, 1), kNaN, EDOM),
-        ROW(NoncentralTCDF(kInf, 5, 0, 0), kNaN, EDOM),
-        ROW(NoncentralTCDF(kNaN, 5, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTCDF(1, 0, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTCDF(1, kInf, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTCDF(1, 5, -kInf, 1), kNaN, EDOM),
-        ROW(NoncentralTCDF(1, 5, kNaN, 0), kNaN, EDOM),
-        ROW(NoncentralTICDF(0.5, 0, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTICDF(0.5, 5, kInf, 1), kNaN, EDOM),
-        ROW(NoncentralTICDF(1.5, 5, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTICDF(-0.5, 5, 1, 1), kNaN, EDOM),
-        ROW(NoncentralTICDF(kNaN, 5, 1, 0), kNaN, EDOM),
-        ROW(NoncentralTICDF(0, 5, 1, 0), -kInf, ERANGE),
-        ROW(NoncentralTICDF(1, 5, 1, 0), kInf, ERANGE),
-        ROW(NoncentralTICDF(0, 5, 1, 1), kInf, ERANGE),
-        // Beyond |delta| = 2^16 Boost's series index does not fit an int: an
-        // evaluation failure, reported rather than thrown.
-        ROW(NoncentralTCDF(1, 10, 1e5, 0), kNaN, EDOM),
-        ROW(NoncentralTPDF(1e5, 10, -1e5), kNaN, EDOM),
-        ROW(NoncentralTICDF(0.5, 10, 1e5, 1), kNaN, EDOM),
-        // Degrees of freedom at the ends of the double range: the F density's
-        // factor df1 df2 / s^2 is rescaled rather than left as inf / inf or
-        // 0 / 0 (SciPy: 4.999999999999825e-301, its own rounding), and what
-        // has no value reports EDOM instead of a silent NaN.
-        ROW(FisherFPDF(0.5, 1e-300, 1e-300), 5.0000000000000001e-301, kKeep),
-        ROW(FisherFPDF(2, 1e-300, 1e300), kNaN, EDOM),
-        ROW(FisherFPDF(2.2250738601650105e-308, 0.5, 1.1483741924903001e-314), kInf, ERANGE),
-        ROW(GammaCDF(1, kInf, 1, 0), kNaN, EDOM),
-    };
-    for (const auto& row : rows) expect_contract(row, row.expected == 2 * ln2 ? kTol1 : 0.0);
+    // tests/gen/contract.py: every argument's domain, and the rows no domain
+    // explains (ends of the supports, ERANGE, the order of the checks).
+    expect_contract_rows("continuous");
 }
 
 TEST(ContinuousContract, NothingThrowsForAnyDouble)

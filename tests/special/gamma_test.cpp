@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "korvane/core_math.h"
+#include "support/calls.hpp"
 #include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
@@ -48,21 +49,7 @@ const std::map<std::string, double> kTolerance = {
     {"LogXplus1", kTol0},
 };
 
-double evaluate(const std::string& fn, double a, double b)
-{
-    if (fn == "Gamma") return Gamma(a);
-    if (fn == "GammaLn") return GammaLn(a);
-    if (fn == "GammaRegularized") return GammaRegularized(a, b);
-    if (fn == "GammaRegularizedC") return GammaRegularizedC(a, b);
-    if (fn == "IncompleteGammaLower") return IncompleteGammaLower(a, b);
-    if (fn == "IncompleteGammaUpper") return IncompleteGammaUpper(a, b);
-    if (fn == "InverseGammaRegularized") return InverseGammaRegularized(a, b);
-    if (fn == "InverseGammaRegularizedC") return InverseGammaRegularizedC(a, b);
-    if (fn == "GammaDerivative") return GammaDerivative(a, b);
-    if (fn == "LogXplus1") return LogXplus1(a);
-    ADD_FAILURE() << "unknown function " << fn;
-    return kNaN;
-}
+double evaluate(const std::string& fn, double a, double b) { return call(fn, {a, b}); }
 
 TEST(GammaReference, AgreesWithMpmath)
 {

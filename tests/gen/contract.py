@@ -1,0 +1,137 @@
+#!/usr/bin/python3
+"""Writes tests/data/contract.csv: the error contract of the scalar exports.
+
+Most rows come from classes: each argument of an export has a domain, and
+every value outside it (NaN, an infinity, a value across a bound) gives NaN
+with errno EDOM, the other arguments at a valid point. The rows that follow
+no class (special values, the ends of a support, ERANGE results, arguments
+checked in a stated order) are listed by hand below.
+
+    /usr/bin/python3 tests/gen/contract.py > tests/data/contract.csv
+"""
+
+# Values outside each domain.
+OUTSIDE = {
+    "real": ["nan"],                          # every double but NaN is an argument
+    "finite": ["nan", "inf", "-inf"],
+    "nonneg": ["nan", "inf", "-1"],           # x of a distribution on [0, inf)
+    "unit": ["nan", "-0.1", "1.1"],           # x of a distribution on [0, 1]
+    "prob": ["nan", "inf", "-0.1", "1.1"],    # a probability
+    "pos": ["nan", "inf", "0", "-1"],         # a positive finite parameter
+}
+# export: its number arguments as name:domain=valid value; whether it takes a
+# tail flag. The test program of tests/continuous checks these.
+PROGRAM = "continuous"
+EXPORTS = {
+    "StudentTPDF": ("x:real=0.5 df:pos=3", False),
+    "StudentTCDF": ("x:real=0.5 df:pos=3", True),
+    "StudentTICDF": ("p:prob=0.5 df:pos=3", True),
+    "ChiSquaredPDF": ("x:nonneg=0.5 df:pos=3", False),
+    "ChiSquaredCDF": ("x:nonneg=0.5 df:pos=3", True),
+    "ChiSquaredICDF": ("p:prob=0.5 df:pos=3", True),
+    "FisherFPDF": ("x:nonneg=0.5 df1:pos=3 df2:pos=4", False),
+    "FisherFCDF": ("x:nonneg=0.5 df1:pos=3 df2:pos=4", True),
+    "FisherFICDF": ("p:prob=0.5 df1:pos=3 df2:pos=4", True),
+    "GammaPDF": ("x:nonneg=0.5 shape:pos=2 scale:pos=3", False),
+    "GammaCDF": ("x:nonneg=0.5 shape:pos=2 scale:pos=3", True),
+    "GammaICDF": ("p:prob=0.5 shape:pos=2 scale:pos=3", True),
+    "BetaPDF": ("x:unit=0.5 a:pos=2 b:pos=3", False),
+    "BetaCDF": ("x:unit=0.5 a:pos=2 b:pos=3", True),
+    "BetaICDF": ("p:prob=0.5 a:pos=2 b:pos=3", True),
+    "NoncentralTPDF": ("x:finite=0.5 df:pos=5 delta:finite=1", False),
+    "NoncentralTCDF": ("x:finite=0.5 df:pos=5 delta:finite=1", True),
+    "NoncentralTICDF": ("p:prob=0.5 df:pos=5 delta:finite=1", True),
+}
+# function, arguments, tail flag, value, errno (keep: errno left as it was).
+IRREGULAR = """
+StudentTPDF inf 3|0|0|keep
+StudentTPDF 1 1e-310|0|0|ERANGE
+StudentTCDF inf 3|0|1|keep
+StudentTCDF inf 3|1|0|keep
+StudentTCDF -inf 3|1|1|keep
+StudentTCDF 0 3|0|0.5|keep
+StudentTCDF 0 3|1|0.5|keep
+StudentTICDF 0 3|0|-inf|ERANGE
+StudentTICDF 1 3|0|inf|ERANGE
+StudentTICDF 0 3|1|inf|ERANGE
+StudentTICDF 1 3|1|-inf|ERANGE
+StudentTICDF 0.5 3|0|0|keep
+ChiSquaredPDF 0 1|0|inf|ERANGE
+ChiSquaredPDF 0 0.5|0|inf|ERANGE
+ChiSquaredPDF 0 2|0|0.5|keep
+ChiSquaredPDF 0 3|0|0|keep
+ChiSquaredPDF 0 0|0|nan|EDOM
+ChiSquaredCDF 0 3|0|0|keep
+ChiSquaredCDF 0 3|1|1|keep
+ChiSquaredICDF 0.5 2|0|1.3862943611198906|keep
+ChiSquaredICDF 1 2|0|inf|ERANGE
+ChiSquaredICDF 0 2|1|inf|ERANGE
+ChiSquaredICDF 0 2|0|0|keep
+ChiSquaredICDF 1 2|1|0|keep
+FisherFPDF 0 1 5|0|inf|ERANGE
+FisherFPDF 0 2 5|0|1|keep
+FisherFPDF 0 3 5|0|0|keep
+FisherFCDF 1 0 0|0|nan|EDOM
+FisherFCDF 0 3 4|0|0|keep
+FisherFCDF 0 3 4|1|1|keep
+FisherFICDF 1 3 4|0|inf|keep
+FisherFICDF 0 3 4|0|0|keep
+FisherFICDF 0 3 4|1|inf|keep
+FisherFICDF 1 3 4|1|0|keep
+FisherFICDF 0.5 5e-324 4|0|nan|EDOM
+FisherFPDF 0.5 1e-300 1e-300|0|5.0000000000000001e-301|keep
+FisherFPDF 2 1e-300 1e300|0|nan|EDOM
+FisherFPDF 2.2250738601650105e-308 0.5 1.1483741924903001e-314|0|inf|ERANGE
+GammaPDF 0 0.5 1|0|0|keep
+GammaPDF 0 1 1|0|0|keep
+GammaPDF 0 3 1|0|0|keep
+GammaCDF 0 2 1|0|0|keep
+GammaCDF 0 2 1|1|1|keep
+GammaICDF 1 2 3|0|inf|ERANGE
+GammaICDF 0 2 3|1|inf|ERANGE
+GammaICDF 0 2 3|0|0|keep
+GammaICDF 1 2 3|1|0|keep
+BetaPDF 0 0.5 3|0|inf|ERANGE
+BetaPDF 1 3 0.5|0|inf|ERANGE
+BetaPDF 0 2 3|0|0|keep
+BetaPDF 0.5 1 1|0|1|keep
+BetaCDF 0 2 3|1|1|keep
+BetaCDF 1 2 3|1|0|keep
+BetaCDF 0 2 3|0|0|keep
+BetaCDF 1 2 3|0|1|keep
+BetaICDF 0.5 1 1|0|0.5|keep
+BetaICDF 0.5 1 1|1|0.5|keep
+BetaICDF 0 2 3|1|1|keep
+BetaICDF 1 2 3|1|0|keep
+BetaICDF 0 2 3|0|0|keep
+BetaICDF 1 2 3|0|1|keep
+NoncentralTICDF 0 5 1|0|-inf|ERANGE
+NoncentralTICDF 1 5 1|0|inf|ERANGE
+NoncentralTICDF 0 5 1|1|inf|ERANGE
+NoncentralTCDF 1 10 1e5|0|nan|EDOM
+NoncentralTPDF 1e5 10 -1e5|0|nan|EDOM
+NoncentralTICDF 0.5 10 1e5|1|nan|EDOM
+"""
+
+
+def rows():
+    for name, (signature, flagged) in EXPORTS.items():
+        args = [a.split(":") for a in signature.split()]
+        valid = [a[1].split("=")[1] for a in args]
+        n = 0
+        for i, (_, domain) in enumerate(args):
+            for value in OUTSIDE[domain.split("=")[0]]:
+                point = valid[:i] + [value] + valid[i + 1:]
+                yield PROGRAM, name, " ".join(point), str(n % 2 if flagged else 0), "nan", "EDOM"
+                n += 1
+    for line in IRREGULAR.strip().splitlines():
+        call, upper, value, err = line.split("|")
+        name, _, args = call.partition(" ")
+        yield PROGRAM, name, args, upper, value, err
+
+
+if __name__ == "__main__":
+    print("# Written by tests/gen/contract.py: the error contract of the scalar exports.")
+    print("program,function,args,upper,expected,errno")
+    for row in rows():
+        print(",".join(row))

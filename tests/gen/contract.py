@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Writes tests/data/contract.csv: the error contract of the scalar exports.
 
-Most rows come from classes: each argument of an export has a domain, and
+Most rows of the continuous distributions come from classes: each argument of an export has a domain, and
 every value outside it (NaN, an infinity, a value across a bound) gives NaN
 with errno EDOM, the other arguments at a valid point. The rows that follow
 no class (special values, the ends of a support, ERANGE results, arguments
@@ -42,7 +42,7 @@ EXPORTS = {
     "NoncentralTCDF": ("x:finite=0.5 df:pos=5 delta:finite=1", True),
     "NoncentralTICDF": ("p:prob=0.5 df:pos=5 delta:finite=1", True),
 }
-# function, arguments, tail flag, value, errno (keep: errno left as it was).
+# function and arguments|tail flag|value|errno (keep: errno left as it was).
 IRREGULAR = """
 StudentTPDF inf 3|0|0|keep
 StudentTPDF 1 1e-310|0|0|ERANGE
@@ -113,6 +113,63 @@ NoncentralTPDF 1e5 10 -1e5|0|nan|EDOM
 NoncentralTICDF 0.5 10 1e5|1|nan|EDOM
 """
 
+# The discrete distributions throw Boost's exceptions: function and
+# arguments|tail flag|message (commas written as semicolons)|exception. Each
+# row pins which check comes first and Boost's exact message.
+THROWS = """
+BinomialPDF 1 10 1.5|0|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Success fraction argument is 1.5; but must be >= 0 and <= 1 !|domain_error
+BinomialPDF 1 10 nan|0|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Success fraction argument is nan; but must be >= 0 and <= 1 !|domain_error
+BinomialCDF 1 -1 2|0|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Success fraction argument is 2; but must be >= 0 and <= 1 !|domain_error
+BinomialCDF 1 -1 0.5|1|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Number of Trials argument is -1; but must be >= 0 !|domain_error
+BinomialCDF 1 inf 0.5|0|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Number of Trials argument is inf; but must be >= 0 !|domain_error
+BinomialICDF 0.5 10 -0.1 0|0|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Success fraction argument is -0.10000000000000001; but must be >= 0 and <= 1 !|domain_error
+BinomialICDF 0.5 -1 0.5 1|1|Error in function boost::math::binomial_distribution<double>::binomial_distribution: Number of Trials argument is -1; but must be >= 0 !|domain_error
+BinomialICDF 1.5 10 0.5 0|0|Error in function boost::math::quantile(binomial_distribution<double> const&; double): Probability argument is 1.5; but must be >= 0 and <= 1 !|domain_error
+BinomialPS 0.05 3 -1 0|0|Error in function boost::math::binomial_distribution<double>::find_lower_bound_on_p: Number of Trials argument is -1; but must be >= 0 !|domain_error
+BinomialPS 0.05 -1 10 0|0|Error in function boost::math::binomial_distribution<double>::find_lower_bound_on_p: Number of Successes argument is -1; but must be >= 0 !|domain_error
+BinomialPS 0.05 nan 10 1|0|Error in function boost::math::binomial_distribution<double>::find_upper_bound_on_p: Number of Successes argument is nan; but must be >= 0 !|domain_error
+BinomialPS 0.05 11 10 1|0|Error in function boost::math::binomial_distribution<double>::find_upper_bound_on_p: Number of Successes argument is 11; but must be <= Number of Trials !|domain_error
+BinomialPS 0.05 3 inf 0|0|Error in function boost::math::binomial_distribution<double>::find_lower_bound_on_p: Number of Trials argument is inf; but must be >= 0 !|domain_error
+BinomialPS 0.05 3 inf 1|0|Error in function boost::math::binomial_distribution<double>::find_upper_bound_on_p: Number of Trials argument is inf; but must be >= 0 !|domain_error
+BinomialPS 0.05 -1 1e13 0|0|Error in function boost::math::binomial_distribution<double>::find_lower_bound_on_p: Number of Successes argument is -1; but must be >= 0 !|domain_error
+BinomialPS 0.05 2e13 1e13 1|0|Error in function boost::math::binomial_distribution<double>::find_upper_bound_on_p: Number of Successes argument is 20000000000000; but must be <= Number of Trials !|domain_error
+BinomialCDF -1 1e13 0.5|0|Error in function boost::math::cdf(binomial_distribution<double> const&; double): Number of Successes argument is -1; but must be >= 0 !|domain_error
+BinomialCDF 2e13 1e13 0.5|1|Error in function boost::math::cdf(binomial_distribution<double> const&; double): Number of Successes argument is 20000000000000; but must be <= Number of Trials !|domain_error
+BinomialICDF 1.5 1e13 0.5 0|0|Error in function boost::math::quantile(binomial_distribution<double> const&; double): Probability argument is 1.5; but must be >= 0 and <= 1 !|domain_error
+BinomialPS 0.05 5 1e13 0|0|Error in function boost::math::binomial_distribution<double>::find_bound_on_p: Number of trials 10000000000000 is beyond the range the incomplete beta function is evaluated in.|evaluation_error
+PoissonPDF 1 0|0|Error in function boost::math::poisson_distribution<double>::poisson_distribution: Mean argument is 0; but must be > 0 !|domain_error
+PoissonCDF -1 -2|0|Error in function boost::math::poisson_distribution<double>::poisson_distribution: Mean argument is -2; but must be > 0 !|domain_error
+PoissonCDF 1 inf|1|Error in function boost::math::poisson_distribution<double>::poisson_distribution: Mean argument is inf; but must be > 0 !|domain_error
+PoissonICDF 2 nan 1|0|Error in function boost::math::poisson_distribution<double>::poisson_distribution: Mean argument is nan; but must be > 0 !|domain_error
+PoissonICDF 1.5 3 1|0|Error in function boost::math::quantile(const poisson_distribution<double>&; double): Probability argument is 1.5; but must be >= 0 and <= 1 !|domain_error
+PoissonICDF nan 3 0|1|Error in function boost::math::quantile(complement(const poisson_distribution<double>&; double)): Probability argument is nan; but must be >= 0 and <= 1 !|domain_error
+PoissonICDF 1 3 1|0|Error in function boost::math::quantile(const poisson_distribution<double>&; double): Overflow Error|overflow_error
+HypergeometricPDF 1 21 10 20|0|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter r out of range: must be <= N but got 21|domain_error
+HypergeometricCDF nan 5 30 20|0|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter n out of range: must be <= N but got 30|domain_error
+HypergeometricICDF nan -1 10 20|1|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter r out of range: must be <= N but got 4294967295|domain_error
+HypergeometricPDF 2.5 5 10 20|0|Error in function boost::math::pdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be an integer but got 2.5|domain_error
+HypergeometricPDF 6 5 10 20|0|Error in function boost::math::pdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be less than both n and r but got 6|domain_error
+HypergeometricCDF 3 15 10 20|0|Error in function boost::math::cdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be > 0 and > m + r - N but got 3|domain_error
+HypergeometricCDF -1 5 10 20|1|Error in function boost::math::cdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be an integer but got -1|domain_error
+HypergeometricPDF inf 5 10 20|0|Error in function boost::math::trunc<double>(double): Value inf can not be represented in the target integer type.|rounding_error
+HypergeometricCDF nan 5 10 20|0|Error in function boost::math::trunc<double>(double): Value nan can not be represented in the target integer type.|rounding_error
+HypergeometricCDF 3e9 5 10 20|1|Error in function boost::math::itrunc<double>(double): Value 3000000000 can not be represented in the target integer type.|rounding_error
+HypergeometricPDF -2147483648.0 5 10 20|0|Error in function boost::math::itrunc<double>(double): Value -2147483648 can not be represented in the target integer type.|rounding_error
+HypergeometricICDF nan 5 10 20|0|Error in function boost::math::quantile(const hypergeometric_distribution<double>&; double): Probability argument is nan; but must be >= 0 and <= 1 !|domain_error
+HypergeometricICDF -0.5 5 10 20|1|Error in function quantile(const complemented2_type<hypergeometric_distribution<double>; double>&): Probability argument is -0.5; but must be >= 0 and <= 1 !|domain_error
+HypergeometricPDF nan 1 1 2147483648.0|0|Error in function boost::math::trunc<double>(double): Value nan can not be represented in the target integer type.|rounding_error
+HypergeometricCDF 3e9 1 1 2147483648.0|0|Error in function boost::math::itrunc<double>(double): Value 3000000000 can not be represented in the target integer type.|rounding_error
+HypergeometricPDF 2.5 1 1 2147483648.0|0|Error in function boost::math::pdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be an integer but got 2.5|domain_error
+HypergeometricCDF -1 1 1 3e9|1|Error in function boost::math::cdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be an integer but got -1|domain_error
+HypergeometricPDF 2 1 1 2147483648.0|0|Error in function boost::math::pdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be less than both n and r but got 2|domain_error
+HypergeometricCDF 5 2e9 2e9 3e9|0|Error in function boost::math::cdf(const hypergeometric_distribution<double>&; const double&): Random variable out of range: must be > 0 and > m + r - N but got 5|domain_error
+HypergeometricCDF 0 1 1 3e9|1|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter N out of range: must be <= 2147483647 but got 3000000000|domain_error
+HypergeometricICDF 1.5 1 1 2147483648.0|0|Error in function boost::math::quantile(const hypergeometric_distribution<double>&; double): Probability argument is 1.5; but must be >= 0 and <= 1 !|domain_error
+HypergeometricICDF nan 0 1 2147483648.0|1|Error in function quantile(const complemented2_type<hypergeometric_distribution<double>; double>&): Probability argument is nan; but must be >= 0 and <= 1 !|domain_error
+HypergeometricICDF 0.5 0 1 2147483648.0|1|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter N out of range: must be <= 2147483647 but got 2147483648|domain_error
+HypergeometricPDF nan 5 3e9 2147483648.0|0|Error in function boost::math::hypergeometric_distribution<double>::hypergeometric_distribution: Parameter n out of range: must be <= N but got 3000000000|domain_error
+"""
+
 
 def rows():
     for name, (signature, flagged) in EXPORTS.items():
@@ -124,10 +181,11 @@ def rows():
                 point = valid[:i] + [value] + valid[i + 1:]
                 yield PROGRAM, name, " ".join(point), str(n % 2 if flagged else 0), "nan", "EDOM"
                 n += 1
-    for line in IRREGULAR.strip().splitlines():
-        call, upper, value, err = line.split("|")
-        name, _, args = call.partition(" ")
-        yield PROGRAM, name, args, upper, value, err
+    for program, table in ((PROGRAM, IRREGULAR), ("discrete", THROWS)):
+        for line in table.strip().splitlines():
+            call, upper, value, err = line.split("|")
+            name, _, args = call.partition(" ")
+            yield program, name, args, upper, value, err
 
 
 if __name__ == "__main__":

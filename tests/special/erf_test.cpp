@@ -101,57 +101,11 @@ TEST(ErfNormalIdentities, InverseErfIsOddAndInvertsErf)
 // The error contract: each row is a call, the value it must return and the
 // errno it must leave (kKeep: the sentinel survives, errno untouched).
 
-TEST(ErfNormalContract, BadInputGetsTheDefinedAnswer)
+TEST(SpecialContract, RowsOfTheContractTable)
 {
-    const ContractRow rows[] = {
-        {"Erf(NaN)", [] { return Erf(kNaN); }, kNaN, kKeep},
-        {"ErfC(NaN)", [] { return ErfC(kNaN); }, kNaN, kKeep},
-        {"Erf(inf)", [] { return Erf(kInf); }, 1.0, kKeep},
-        {"ErfC(-inf)", [] { return ErfC(-kInf); }, 2.0, kKeep},
-        {"ErfC(30)", [] { return ErfC(30); }, 0.0, kKeep},
-        {"InverseErf(1)", [] { return InverseErf(1); }, kInf, ERANGE},
-        {"InverseErf(-1)", [] { return InverseErf(-1); }, -kInf, ERANGE},
-        {"InverseErf(0)", [] { return InverseErf(0); }, 0.0, kKeep},
-        {"InverseErf(1.5)", [] { return InverseErf(1.5); }, kNaN, EDOM},
-        {"InverseErf(-2)", [] { return InverseErf(-2); }, kNaN, EDOM},
-        {"InverseErfC(0)", [] { return InverseErfC(0); }, kInf, ERANGE},
-        {"InverseErfC(2)", [] { return InverseErfC(2); }, -kInf, ERANGE},
-        {"InverseErfC(1)", [] { return InverseErfC(1); }, 0.0, kKeep},
-        {"InverseErfC(-0.5)", [] { return InverseErfC(-0.5); }, kNaN, EDOM},
-        {"InverseErfC(2.5)", [] { return InverseErfC(2.5); }, kNaN, EDOM},
-        {"NormalPDF(NaN, 0, 1)", [] { return NormalPDF(kNaN, 0, 1); }, kNaN, EDOM},
-        {"NormalPDF(0, NaN, 1)", [] { return NormalPDF(0, kNaN, 1); }, kNaN, EDOM},
-        {"NormalPDF(0, 0, NaN)", [] { return NormalPDF(0, 0, kNaN); }, kNaN, EDOM},
-        {"NormalPDF(0, 0, 0)", [] { return NormalPDF(0, 0, 0); }, kNaN, EDOM},
-        {"NormalPDF(0, 0, -1)", [] { return NormalPDF(0, 0, -1); }, kNaN, EDOM},
-        {"NormalPDF(0, 0, inf)", [] { return NormalPDF(0, 0, kInf); }, kNaN, EDOM},
-        {"NormalPDF(0, inf, 1)", [] { return NormalPDF(0, kInf, 1); }, kNaN, EDOM},
-        {"NormalPDF(-inf, 0, 0)", [] { return NormalPDF(-kInf, 0, 0); }, 0.0, EDOM},
-        {"NormalPDF(inf, 0, 1)", [] { return NormalPDF(kInf, 0, 1); }, 0.0, kKeep},
-        {"NormalCDF(inf, 0, -1, 1)", [] { return NormalCDF(kInf, 0, -1, 1); }, 0.0, EDOM},
-        {"NormalCDF(-inf, NaN, 1, 1)", [] { return NormalCDF(-kInf, kNaN, 1, 1); }, 1.0, EDOM},
-        {"NormalCDF(inf, 0, -1, 0)", [] { return NormalCDF(kInf, 0, -1, 0); }, kNaN, EDOM},
-        {"NormalCDF(-inf, 0, 1, 0)", [] { return NormalCDF(-kInf, 0, 1, 0); }, 0.0, kKeep},
-        {"NormalCDF(inf, 0, 1, 0)", [] { return NormalCDF(kInf, 0, 1, 0); }, 1.0, kKeep},
-        {"NormalCDF(-inf, 0, 1, 1)", [] { return NormalCDF(-kInf, 0, 1, 1); }, 1.0, kKeep},
-        {"NormalCDF(NaN, 0, 1, 0)", [] { return NormalCDF(kNaN, 0, 1, 0); }, kNaN, EDOM},
-        {"NormalCDF(NaN, 0, 1, 1)", [] { return NormalCDF(kNaN, 0, 1, 1); }, kNaN, EDOM},
-        {"NormalCDF(0, 0, 0, 0)", [] { return NormalCDF(0, 0, 0, 0); }, kNaN, EDOM},
-        {"NormalCDF(0, -inf, 1, 1)", [] { return NormalCDF(0, -kInf, 1, 1); }, kNaN, EDOM},
-        {"NormalICDF(0, 0, 1, 0)", [] { return NormalICDF(0, 0, 1, 0); }, -kInf, ERANGE},
-        {"NormalICDF(1, 0, 1, 0)", [] { return NormalICDF(1, 0, 1, 0); }, kInf, ERANGE},
-        {"NormalICDF(0, 0, 1, 1)", [] { return NormalICDF(0, 0, 1, 1); }, kInf, ERANGE},
-        {"NormalICDF(1, 0, 1, 1)", [] { return NormalICDF(1, 0, 1, 1); }, -kInf, ERANGE},
-        {"NormalICDF(0.5, 3, 2, 0)", [] { return NormalICDF(0.5, 3, 2, 0); }, 3.0, kKeep},
-        {"NormalICDF(0.5, 3, 2, 1)", [] { return NormalICDF(0.5, 3, 2, 1); }, 3.0, kKeep},
-        {"NormalICDF(-0.1, 0, 1, 0)", [] { return NormalICDF(-0.1, 0, 1, 0); }, kNaN, EDOM},
-        {"NormalICDF(1.1, 0, 1, 1)", [] { return NormalICDF(1.1, 0, 1, 1); }, kNaN, EDOM},
-        {"NormalICDF(NaN, 0, 1, 0)", [] { return NormalICDF(kNaN, 0, 1, 0); }, kNaN, EDOM},
-        {"NormalICDF(inf, 0, 1, 0)", [] { return NormalICDF(kInf, 0, 1, 0); }, kNaN, EDOM},
-        {"NormalICDF(0.5, 0, 0, 0)", [] { return NormalICDF(0.5, 0, 0, 0); }, kNaN, EDOM},
-        {"NormalICDF(0.5, NaN, 1, 0)", [] { return NormalICDF(0.5, kNaN, 1, 0); }, kNaN, EDOM},
-    };
-    for (const auto& row : rows) expect_contract(row);
+    // tests/gen/contract.py: the error function and normal distribution, the
+    // beta family's errno rows, the gamma and beta families' exceptions.
+    expect_contract_rows("special");
 }
 
 TEST(ErfNormalContract, ExtremeScalesKeepTheirLimits)

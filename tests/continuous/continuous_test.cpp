@@ -15,7 +15,6 @@
 
 #include "korvane/core_math.h"
 #include "support/calls.hpp"
-#include "support/contract.hpp"
 #include "support/numeric.hpp"
 #include "support/reference_table.hpp"
 
@@ -325,9 +324,6 @@ TEST(ContinuousIdentities, FamiliesAgreeWithTheirIncompleteFunctions)
 }
 
 // ---- Error contract --------------------------------------------------------------
-
-
-#define ROW KCM_CONTRACT_ROW
 
 TEST(ContinuousContract, BadInputGetsTheDefinedAnswer)
 {

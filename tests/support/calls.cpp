@@ -13,6 +13,7 @@
 #include <boost/math/policies/error_handling.hpp>
 
 #include "korvane/core_math.h"
+#include "support/contract.hpp"
 #include "support/reference_table.hpp"
 
 namespace kcm::test {
@@ -98,7 +99,6 @@ void expect_every_nonzero_tail_byte_is_upper(const std::string& name, const std:
 
 void expect_contract_rows(const std::string& program)
 {
-    constexpr int kSentinel = 12345;
     const ReferenceTable table("contract.csv");
     int checked = 0;
     for (const auto& row : table.rows()) {
